@@ -1,0 +1,134 @@
+#ifndef STALLSCOPE_BINDERLOG_LINESCANNER_H
+#define STALLSCOPE_BINDERLOG_LINESCANNER_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace android {
+
+// The character classes of an ECMAScript regular expression in the "C" locale.
+constexpr bool isSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool isWord(char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+constexpr bool isDigitOrPoint(char c) {
+    return isDigit(c) || c == '.';
+}
+
+// A place in a line. Each step matches one piece of a pattern there and moves behind it, or returns
+// false. Every step takes all it can: that is what a backtracking matcher ends with too, as long as
+// the piece behind it can't begin with what it took, which holds wherever these are used.
+class Cursor {
+  public:
+    Cursor(std::string_view line, size_t position) : mLine(line), mPosition(position) {}
+
+    size_t position() const { return mPosition; }
+
+    bool literal(std::string_view text) {
+        if (mLine.compare(mPosition, text.size(), text) != 0) {
+            return false;
+        }
+        mPosition += text.size();
+        return true;
+    }
+    // \s+
+    bool spaces() { return run<isSpace>() > 0; }
+    // \s*
+    bool optionalSpaces() {
+        run<isSpace>();
+        return true;
+    }
+    // (\d+)
+    bool digits(std::string_view* group) { return capture<isDigit>(group); }
+    // (\w+)
+    bool word(std::string_view* group) { return capture<isWord>(group); }
+    // ([\d.]+)
+    bool decimal(std::string_view* group) { return capture<isDigitOrPoint>(group); }
+    // (\d+):(\d+)
+    bool pair(std::string_view* pid, std::string_view* tid) {
+        return digits(pid) && literal(":") && digits(tid);
+    }
+
+  private:
+    // How many characters of the class it moved over.
+    template <bool (*isMember)(char)>
+    size_t run() {
+        size_t begin = mPosition;
+        while (mPosition < mLine.size() && isMember(mLine[mPosition])) {
+            ++mPosition;
+        }
+        return mPosition - begin;
+    }
+    template <bool (*isMember)(char)>
+    bool capture(std::string_view* group) {
+        size_t begin = mPosition;
+        bool matched = run<isMember>() > 0;
+        *group = mLine.substr(begin, mPosition - begin);
+        return matched;
+    }
+
+    std::string_view mLine;
+    size_t mPosition;
+};
+
+// Tries `match` with a cursor behind each occurrence of `keyword` in [begin, end), in order, until
+// one succeeds.
+template <typename Match>
+bool findKeyword(std::string_view line, std::string_view keyword, size_t begin, size_t end,
+                 Match match) {
+    std::string_view searched = line.substr(0, end);
+    for (size_t at = searched.find(keyword, begin); at != std::string_view::npos;
+         at = searched.find(keyword, at + keyword.size())) {
+        if (match(Cursor(line, at + keyword.size()))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// ".*?" and a piece that begins with a keyword. The gap never crosses a line terminator, which for
+// these patterns includes the carriage return, but the pieces around it may.
+//
+// A failed search is remembered: a later one that starts inside the stretch already searched fails
+// at once. Matching a line therefore takes time linear in its length, however often the keywords
+// are repeated in it.
+class Gap {
+  public:
+    Gap(std::string_view line, std::string_view keyword) : mLine(line), mKeyword(keyword) {}
+
+    template <typename Match>
+    bool find(size_t begin, Match match) {
+        if (begin >= mFailedBegin && begin <= mFailedEnd) {
+            return false;
+        }
+        size_t end = terminatorAt(begin);
+        if (findKeyword(mLine, mKeyword, begin, end, match)) {
+            return true;
+        }
+        mFailedBegin = begin;
+        mFailedEnd = end;
+        return false;
+    }
+
+  private:
+    size_t terminatorAt(size_t begin) const {
+        std::string_view rest = mLine.substr(begin);
+        rest = rest.substr(0, rest.find('\r'));
+        rest = rest.substr(0, rest.find('\n'));
+        return begin + rest.size();
+    }
+
+    std::string_view mLine;
+    std::string_view mKeyword;
+    size_t mFailedBegin = 1;  // an empty stretch
+    size_t mFailedEnd = 0;
+};
+
+}  // namespace android
+
+#endif  // STALLSCOPE_BINDERLOG_LINESCANNER_H

@@ -1,0 +1,121 @@
+#include "binderlog/TransactionGrammar.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include "binderlog/BinderLogParser.h"
+#include "binderlog/LinePatterns.h"
+#include "binderlog/LineScanner.h"
+#include "service/LogLine.h"
+
+namespace android {
+
+namespace {
+
+// In the names of the parser's functions, which people search the log for.
+constexpr char kNewGrammar[] = "parseTransactionAbove6_1";
+constexpr char kOldGrammar[] = "parseTransactionBelow6_1";
+
+// This many decimal digits always fit a signed 32-bit integer.
+constexpr size_t kSafeDigits = 9;
+
+// `digits` is one or more decimal digits. The long way round ends the process on a value that does
+// not fit: the standard conversion throws and nobody catches.
+int32_t toInt(std::string_view digits) {
+    if (digits.size() > kSafeDigits) {
+        return std::stoi(std::string(digits));
+    }
+    int32_t value = 0;
+    for (char digit : digits) {
+        value = value * 10 + (digit - '0');
+    }
+    return value;
+}
+
+double toSeconds(std::string_view milliseconds) {
+    if (milliseconds.size() > kSafeDigits) {
+        return static_cast<double>(std::stoll(std::string(milliseconds))) / 1000.0;
+    }
+    return toInt(milliseconds) / 1000.0;
+}
+
+// A code that is not all digits is hexadecimal, as the kernel writes all of them. One that begins
+// with no hexadecimal digit ends the process, like one that does not fit.
+int32_t toWordCode(std::string_view word) {
+    bool isDecimal = std::all_of(word.begin(), word.end(), isDigit);
+    return isDecimal ? toInt(word) : std::stoi(std::string(word), nullptr, 16);
+}
+
+void fillPairs(const TransactionTexts& texts, BinderTransaction* transaction) {
+    transaction->fromPid = toInt(texts.fromPid);
+    transaction->fromTid = toInt(texts.fromTid);
+    transaction->toPid = toInt(texts.toPid);
+    transaction->toTid = toInt(texts.toTid);
+}
+
+}  // namespace
+
+// binder's print_binder_transaction_ilocked() on 6.1 and later:
+//   outgoing transaction 71: 0000000076280f16 from 155:155 to 143:159 code 5f4e5446 flags 10
+//       pri 0 r1 elapsed 2898ms
+// (one line). The address between the colon and "from" is no hindrance, "code 5f..." is read as 5.
+BinderTransaction readNewFormatLine(std::string_view line, const std::string& type) {
+    LOG_LINE(ANDROID_LOG_DEBUG, kNewGrammar, "parseTransactionAbove6_1: %s", line.data());
+    BinderTransaction transaction;
+    transaction.type = type;
+    TransactionTexts texts;
+    if (findNewStrict(line, &texts)) {
+        fillPairs(texts, &transaction);
+        transaction.code = toInt(texts.code);
+        transaction.elapsed = toSeconds(texts.elapsed);
+    } else if (findNewLoose(line, &texts)) {
+        fillPairs(texts, &transaction);
+        transaction.code = toWordCode(texts.code);
+        transaction.elapsed = toSeconds(texts.elapsed);
+    }
+    LOG_LINE(ANDROID_LOG_DEBUG, kNewGrammar, "parseTransactionAbove6_1: %s",
+             transaction.toString().c_str());
+    return transaction;
+}
+
+// A vendor kernel before 6.1:
+//   ZEVO    outgoing transaction: from 1200:1213 to 1400:1422 code: 3 flags: 10 duration: 1.250 s
+BinderTransaction readOldFormatLine(std::string_view line, const std::string& type) {
+    LOG_LINE(ANDROID_LOG_DEBUG, kOldGrammar, "parseTransactionBelow6_1: %s", line.data());
+    BinderTransaction transaction;
+    transaction.type = type;
+    TransactionTexts texts;
+    if (findOldMarked(line, &texts) || findOldPlain(line, &texts)) {
+        fillPairs(texts, &transaction);
+        transaction.code = toInt(texts.code);
+        transaction.elapsed = BinderLogParser::extractDuration(std::string(texts.elapsed));
+    }
+    LOG_LINE(ANDROID_LOG_DEBUG, kOldGrammar, "parseTransactionBelow6_1: %s",
+             transaction.toString().c_str());
+    return transaction;
+}
+
+//   proc 1200
+int readSectionPid(std::string_view line) {
+    std::string_view pid;
+    return findSectionPid(line, &pid) ? toInt(pid) : -1;
+}
+
+double BinderLogParser::extractDuration(const std::string& text) {
+    char* end = nullptr;
+    errno = 0;
+    double seconds = strtod(text.c_str(), &end);
+    if (end != text.c_str() && errno != ERANGE) {
+        return seconds;
+    }
+    LOG_LINE(ANDROID_LOG_ERROR, __func__, "Duration parse error : %s", text.c_str());
+    // errno stays as strtod left it, so that a duration out of strtod's range gives 0.0 as well.
+    long whole = strtol(text.c_str(), &end, 10);
+    if (end == text.c_str() || errno == ERANGE) {
+        return 0.0;
+    }
+    return static_cast<double>(whole);
+}
+
+}  // namespace android

@@ -1,0 +1,19 @@
+#include "diagnostics/OutgoingWalk.h"
+
+#include "service/LogLine.h"
+
+namespace android {
+
+bool requireProcess(const char* function, int pid, const BinderLogParser& parser) {
+    if (parser.hasProcess(pid)) {
+        return true;
+    }
+    LOG_LINE(ANDROID_LOG_ERROR, function, "No transactions found for pid %d", pid);
+    return false;
+}
+
+bool leadsOn(int pid, const BinderTransaction& call) {
+    return call.fromPid == pid && call.toPid >= 1 && call.toPid != pid;
+}
+
+}  // namespace android

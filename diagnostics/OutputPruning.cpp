@@ -1,0 +1,32 @@
+#include "diagnostics/OutputPruning.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace android {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr size_t kKeptFiles = 5;
+
+}  // namespace
+
+void pruneToNewestFiles(const fs::path& directory) {
+    // The times are taken once: a capture of another job may be writing to a file, and a time that
+    // changes while it is compared would derail the sort.
+    std::vector<std::pair<fs::file_time_type, fs::path>> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+        if (entry.is_regular_file()) {
+            files.emplace_back(entry.last_write_time(), entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    for (size_t i = 0; i + kKeptFiles < files.size(); ++i) {
+        fs::remove(files[i].second);
+    }
+}
+
+}  // namespace android
