@@ -17,7 +17,8 @@ namespace base {
 
 bool SetProperty(const std::string& name, const std::string& value) {
     const char* path = getenv("STALLSCOPE_CONTROL");
-    if (path == nullptr) path = "/run/stallscope/ctl";
+    if (path == nullptr)
+        path = "/run/stallscope/ctl";
 
     // Without O_NONBLOCK the open would wait for an init that is not there.
     unique_fd fifo(open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC));

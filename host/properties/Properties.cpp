@@ -21,12 +21,15 @@ std::string pathOf(const char* name) {
 // Reads at most size bytes; 0 when there is no such file.
 size_t readStart(const std::string& path, char* buffer, size_t size) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd == -1) return 0;
+    if (fd == -1)
+        return 0;
     size_t length = 0;
     while (length < size) {
         const ssize_t got = read(fd, buffer + length, size - length);
-        if (got == -1 && errno == EINTR) continue;
-        if (got <= 0) break;
+        if (got == -1 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
         length += static_cast<size_t>(got);
     }
     close(fd);
@@ -36,8 +39,10 @@ size_t readStart(const std::string& path, char* buffer, size_t size) {
 // The value without the newline that an editor or echo leaves; 0 when it is not a possible value.
 size_t readValue(const char* name, char (&value)[PROPERTY_VALUE_MAX + 1]) {
     size_t length = readStart(pathOf(name), value, sizeof(value));
-    if (length > 0 && value[length - 1] == '\n') --length;
-    if (length >= PROPERTY_VALUE_MAX) return 0;
+    if (length > 0 && value[length - 1] == '\n')
+        --length;
+    if (length >= PROPERTY_VALUE_MAX)
+        return 0;
     value[length] = '\0';
     return strlen(value);
 }
