@@ -40,8 +40,7 @@ bool addPidToList(int pid, std::vector<std::string>* javaPids,
 }  // namespace
 
 bool getAsyncBinderTransactions(int anrFromPid, int pid, BinderLogParser& parser,
-                                std::vector<std::string>* lines,
-                                std::vector<std::string>* javaPids,
+                                std::vector<std::string>* lines, std::vector<std::string>* javaPids,
                                 std::vector<std::string>* nativePids) {
     if (!requireProcess(__func__, pid, parser)) {
         return false;

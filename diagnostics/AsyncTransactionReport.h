@@ -13,8 +13,7 @@ namespace android {
 // `nativePids`. Returns true when one of them was sent by anrFromPid's main thread and has waited
 // for more than two seconds.
 bool getAsyncBinderTransactions(int anrFromPid, int pid, BinderLogParser& parser,
-                                std::vector<std::string>* lines,
-                                std::vector<std::string>* javaPids,
+                                std::vector<std::string>* lines, std::vector<std::string>* javaPids,
                                 std::vector<std::string>* nativePids);
 
 }  // namespace android

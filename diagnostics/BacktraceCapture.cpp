@@ -67,8 +67,8 @@ bool dumpBacktraceToFileTimeout(int pid, int timeoutSecs, const std::string& fil
              "Dumping trace for pid %d to %s with timeout %d seconds, adj = %d, processType = %d",
              pid, file.c_str(), timeoutSecs, adj, type);
     if (type == ProcessType::Unknown || type == ProcessType::Shell) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__,
-                 "Unsupported process type for pid %d, skipping dump", pid);
+        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Unsupported process type for pid %d, skipping dump",
+                 pid);
         return false;
     }
     if (type == ProcessType::Java) {

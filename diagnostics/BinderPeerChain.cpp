@@ -27,8 +27,8 @@ bool announceProcess(int pid, const BinderLogParser& parser, const std::string& 
 }  // namespace
 
 void getBinderToProcess(int pid, BinderLogParser& parser, const std::string& tag,
-                        std::vector<std::string>* peerPids,
-                        std::vector<std::string>* peerCmdlines, std::vector<std::string>* lines) {
+                        std::vector<std::string>* peerPids, std::vector<std::string>* peerCmdlines,
+                        std::vector<std::string>* lines) {
     const char* function = __func__;
     auto enter = [&](int each) { return announceProcess(each, parser, tag); };
     auto visit = [&](int sender, const BinderTransaction& call, bool /*isStart*/) {

@@ -13,8 +13,8 @@ namespace android {
 // `peerPids` and `peerCmdlines`. At most one process of each command line is followed. Every line
 // also goes to the system log buffer at WARN under `tag`.
 void getBinderToProcess(int pid, BinderLogParser& parser, const std::string& tag,
-                        std::vector<std::string>* peerPids,
-                        std::vector<std::string>* peerCmdlines, std::vector<std::string>* lines);
+                        std::vector<std::string>* peerPids, std::vector<std::string>* peerCmdlines,
+                        std::vector<std::string>* lines);
 
 }  // namespace android
 

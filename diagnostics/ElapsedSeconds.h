@@ -10,8 +10,7 @@ class ElapsedSeconds {
   public:
     int count() const {
         auto elapsed = std::chrono::steady_clock::now() - mStart;
-        return static_cast<int>(
-                std::chrono::duration_cast<std::chrono::seconds>(elapsed).count());
+        return static_cast<int>(std::chrono::duration_cast<std::chrono::seconds>(elapsed).count());
     }
 
     // What is left of a budget; 0 or less when it is used up.

@@ -67,8 +67,7 @@ bool isMainThreadBlocked(const BinderTransaction& call, int receiverAdj) {
 }  // namespace
 
 bool getBinderTransactions(int pid, BinderLogParser& parser, std::vector<std::string>* lines,
-                           std::vector<std::string>* javaPids,
-                           std::vector<std::string>* nativePids,
+                           std::vector<std::string>* javaPids, std::vector<std::string>* nativePids,
                            std::vector<std::string>* senderCmdlines,
                            std::vector<std::string>* receiverCmdlines,
                            std::vector<std::string>* elapsedTexts,

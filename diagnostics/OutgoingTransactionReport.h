@@ -16,8 +16,7 @@ namespace android {
 // Returns true when pid's main thread has been blocked for more than two seconds in a call into a
 // native process or the system server; calls further down the chain don't count.
 bool getBinderTransactions(int pid, BinderLogParser& parser, std::vector<std::string>* lines,
-                           std::vector<std::string>* javaPids,
-                           std::vector<std::string>* nativePids,
+                           std::vector<std::string>* javaPids, std::vector<std::string>* nativePids,
                            std::vector<std::string>* senderCmdlines,
                            std::vector<std::string>* receiverCmdlines,
                            std::vector<std::string>* elapsedTexts,

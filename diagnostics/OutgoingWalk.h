@@ -30,7 +30,8 @@ void walkOutgoing(int pid, const BinderLogParser& parser, Enter enter, Visit vis
     std::vector<Process> stack;
     auto push = [&](int followed) {
         if (enter(followed)) {
-            stack.push_back({followed, parser.getProcessTransactionsByType(followed, kOutgoing), 0});
+            stack.push_back(
+                    {followed, parser.getProcessTransactionsByType(followed, kOutgoing), 0});
         }
     };
     push(pid);

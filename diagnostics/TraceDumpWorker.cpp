@@ -96,8 +96,8 @@ bool dumpNamedProcesses(const TraceDumpTask& task, DumpedPids* dumped) {
         return false;
     }
     while (const dirent* entry = processes.next()) {
-        bool isProcess = entry->d_type == DT_DIR && entry->d_name[0] >= '0' &&
-                         entry->d_name[0] <= '9';
+        bool isProcess =
+                entry->d_type == DT_DIR && entry->d_name[0] >= '0' && entry->d_name[0] <= '9';
         if (isProcess) {
             dumpIfNamed(entry->d_name, names, task.file, dumped);
         }

@@ -14,12 +14,12 @@
 // Writes one log line in the name of `function`: "function:line: message". DEBUG lines are written
 // only while the debug switch is on. `message` is a format literal. Most lines pass __func__; a
 // helper passes the name of the function that it works for, since that is what people search for.
-#define LOG_LINE(priority, function, message, ...)                                           \
-    do {                                                                                     \
+#define LOG_LINE(priority, function, message, ...)                                              \
+    do {                                                                                        \
         if ((priority) != ANDROID_LOG_DEBUG || ::android::StallScopeLogger::isDebugEnabled()) { \
-            __android_log_print(priority, STALLSCOPE_LOG_TAG, "%s:%d: " message, function,   \
-                                __LINE__, ##__VA_ARGS__);                                    \
-        }                                                                                    \
+            __android_log_print(priority, STALLSCOPE_LOG_TAG, "%s:%d: " message, function,      \
+                                __LINE__, ##__VA_ARGS__);                                       \
+        }                                                                                       \
     } while (false)
 
 #endif  // STALLSCOPE_SERVICE_LOGLINE_H

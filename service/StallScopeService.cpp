@@ -34,12 +34,14 @@ Status StallScopeService::dumpTraceWithBinderInfo(int32_t pid, bool withBinderIn
     return Status::ok();
 }
 
-Status StallScopeService::getTransaction(
-        int32_t pid, std::vector<std::string>* lines, std::vector<std::string>* javaPids,
-        std::vector<std::string>* nativePids, std::vector<std::string>* senderCmdlines,
-        std::vector<std::string>* receiverCmdlines, std::vector<std::string>* elapsedTexts,
-        std::vector<std::string>* senderPids, std::vector<std::string>* receiverPids,
-        bool* result) {
+Status StallScopeService::getTransaction(int32_t pid, std::vector<std::string>* lines,
+                                         std::vector<std::string>* javaPids,
+                                         std::vector<std::string>* nativePids,
+                                         std::vector<std::string>* senderCmdlines,
+                                         std::vector<std::string>* receiverCmdlines,
+                                         std::vector<std::string>* elapsedTexts,
+                                         std::vector<std::string>* senderPids,
+                                         std::vector<std::string>* receiverPids, bool* result) {
     LOG_LINE(ANDROID_LOG_DEBUG, __func__, "StallScopeService getTransaction pid: %d", pid);
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {

@@ -77,11 +77,10 @@ std::vector<LogEntry> takeLog() {
 
 std::vector<LogEntry> takeLogWithoutDebug() {
     std::vector<LogEntry> all = takeLog();
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [](const LogEntry& each) {
-                                 return each.priority == ANDROID_LOG_DEBUG;
-                             }),
-              all.end());
+    all.erase(
+            std::remove_if(all.begin(), all.end(),
+                           [](const LogEntry& each) { return each.priority == ANDROID_LOG_DEBUG; }),
+            all.end());
     return all;
 }
 

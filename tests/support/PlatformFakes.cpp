@@ -66,8 +66,8 @@ std::vector<Capture> takeCaptures() {
 
 std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept {
     int64_t stopped = android::test::sStoppedClockNs;
-    return time_point(nanoseconds(
-            stopped == android::test::kRunning ? android::test::realClockNs() : stopped));
+    return time_point(nanoseconds(stopped == android::test::kRunning ? android::test::realClockNs()
+                                                                     : stopped));
 }
 
 int dump_backtrace_to_file_timeout(pid_t tid, DebuggerdDumpType type, int timeoutSecs, int fd) {

@@ -21,8 +21,9 @@ void runAsDaemon(Work work) noexcept {
 void advanceClock(std::chrono::milliseconds step);
 void letClockRun();
 
-// The test executable replaces uname, property_get, the steady clock and the debugger daemon's client. Kernel release
-// and debug switch are read once per process, so they come from the environment:
+// The test executable replaces uname, property_get, the steady clock and the debugger daemon's
+// client. Kernel release and debug switch are read once per process, so they come from the
+// environment:
 //   STALLSCOPE_TEST_RELEASE  the release that uname reports; "(fail)" makes it fail
 //   STALLSCOPE_TEST_DEBUG    the value of the debug property; unset means the default
 

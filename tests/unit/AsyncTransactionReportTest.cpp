@@ -57,7 +57,10 @@ TEST_F(AsyncReport, TracesAlsoWhatItLeavesOut) {
     size_t traced = 0;
     for (const LogEntry& entry : log) {
         traced += entry.text.rfind(name + ":LINE: Aync transaction line:  pending async "
-                                          "transaction from 1", 0) == 0 ? 1 : 0;
+                                          "transaction from 1",
+                                   0) == 0
+                          ? 1
+                          : 0;
     }
     EXPECT_EQ(traced, 3u);
     // The receiver's class is said in the name of the step that lists it.

@@ -42,15 +42,30 @@ TEST_F(BacktraceCapture, ChoosesTheKindByTheProcessClass) {
         const char* content;
         std::vector<LogEntry> log;
     } rows[] = {
-            {"-1000", 1, {{41, kNative, 5}}, "native 41\n",
+            {"-1000",
+             1,
+             {{41, kNative, 5}},
+             "native 41\n",
              {error(kCapture, "Native stack dump succeeded for pid 41")}},
-            {"-900", 3, {{41, kJava, 5}}, "java 41\n",
+            {"-900",
+             3,
+             {{41, kJava, 5}},
+             "java 41\n",
              {error(kCapture, "Java stack dump succeeded for pid 41")}},
-            {"1000", 3, {{41, kJava, 5}}, "java 41\n",
+            {"1000",
+             3,
+             {{41, kJava, 5}},
+             "java 41\n",
              {error(kCapture, "Java stack dump succeeded for pid 41")}},
-            {"-950", 2, {}, "(no such file)",
+            {"-950",
+             2,
+             {},
+             "(no such file)",
              {error(kCapture, "Unsupported process type for pid 41, skipping dump")}},
-            {"1001", 0, {}, "(no such file)",
+            {"1001",
+             0,
+             {},
+             "(no such file)",
              {error(kCapture, "Unsupported process type for pid 41, skipping dump")}},
     };
     for (auto& row : rows) {
@@ -78,8 +93,9 @@ TEST_F(BacktraceCapture, FallsBackToNativeBehindAPartialJavaDump) {
               (std::vector<LogEntry>{
                       announced(41, file, 5, 0, 3),
                       error("dumpTraces", "Failed to dump backtrace for pid: 41, result -5"),
-                      error(kCapture, "Java stack dump failed for pid 41, attempting to dump native "
-                                      "stack..."),
+                      error(kCapture,
+                            "Java stack dump failed for pid 41, attempting to dump native "
+                            "stack..."),
                       error(kCapture, "Native stack dump succeeded for pid 41")}));
 }
 
@@ -105,8 +121,9 @@ TEST_F(BacktraceCapture, AsksForNothingWithoutTime) {
         for (int timeout : {0, -1, INT32_MIN}) {
             takeLog();
             EXPECT_FALSE(dumpBacktraceToFileTimeout(41, timeout, file));
-            EXPECT_EQ(takeLog().back(), error(kCapture, std::string("Timeout reached before dumping ") +
-                                                                kind + " stack for pid 41"));
+            EXPECT_EQ(takeLog().back(),
+                      error(kCapture, std::string("Timeout reached before dumping ") + kind +
+                                              " stack for pid 41"));
         }
     }
     EXPECT_EQ(takeCaptures(), std::vector<Capture>{});
@@ -115,11 +132,12 @@ TEST_F(BacktraceCapture, AsksForNothingWithoutTime) {
 TEST_F(BacktraceCapture, TreatsAVanishedProcessAsNative) {
     scriptCaptures([](const Capture&, int) { return 3; });
     EXPECT_FALSE(dumpBacktraceToFileTimeout(41, 5, file));
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                 error("getOomAdjOfPid", "Failed to open /proc/41/oom_score_adj"),
-                                 announced(41, file, 5, -1000, 1),
-                                 error("dumpTraces", "Failed to dump backtrace for pid: 41, result 3"),
-                                 error(kCapture, "Native stack dump failed for pid 41")}));
+    EXPECT_EQ(takeLog(),
+              (std::vector<LogEntry>{
+                      error("getOomAdjOfPid", "Failed to open /proc/41/oom_score_adj"),
+                      announced(41, file, 5, -1000, 1),
+                      error("dumpTraces", "Failed to dump backtrace for pid: 41, result 3"),
+                      error(kCapture, "Native stack dump failed for pid 41")}));
 }
 
 TEST_F(BacktraceCapture, RefusesFilesItCannotOrMustNotWrite) {

@@ -116,9 +116,8 @@ TEST_F(BinderLogParserTest, ClassifiesByTheFirstKeywordOfThree) {
 }
 
 TEST_F(BinderLogParserTest, AnswersByExactType) {
-    BinderLogParser parser =
-            parse("proc 7\n" + outgoing(7, 7, 8, 9, 10) + "incoming transaction\n" +
-                  outgoing(7, 8, 8, 9, 20));
+    BinderLogParser parser = parse("proc 7\n" + outgoing(7, 7, 8, 9, 10) +
+                                   "incoming transaction\n" + outgoing(7, 8, 8, 9, 20));
     std::vector<BinderTransaction> calls = parser.getProcessTransactionsByType(7, "outgoing");
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_EQ(calls[0].fromTid, 7);
@@ -132,8 +131,8 @@ TEST_F(BinderLogParserTest, AnswersByExactType) {
 TEST_F(BinderLogParserTest, ReplacesWhatItHeldAndSaysWhatItCannotOpen) {
     BinderLogParser parser = parse("proc 7\n");
     EXPECT_FALSE(parser.parse(path("missing")));
-    EXPECT_EQ(takeLog(), std::vector<LogEntry>{
-                                 error("parse", "Can't open file: " + path("missing"))});
+    EXPECT_EQ(takeLog(),
+              std::vector<LogEntry>{error("parse", "Can't open file: " + path("missing"))});
     EXPECT_FALSE(parser.hasProcess(7));
     // What opens but can't be read is an empty log.
     EXPECT_TRUE(parser.parse("/proc"));
@@ -144,9 +143,9 @@ TEST_F(BinderLogParserTest, TracesEveryLine) {
     write("log", "proc 7\n\n  x\0y");
     BinderLogParser parser;
     parser.parse(path("log"));
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{debug("parse", "line: proc 7"),
-                                                debug("parse", "line: "),
-                                                debug("parse", "line:   x")}));
+    EXPECT_EQ(takeLog(),
+              (std::vector<LogEntry>{debug("parse", "line: proc 7"), debug("parse", "line: "),
+                                     debug("parse", "line:   x")}));
 }
 
 // Longer than any buffer, so that lines straddle its ends, and with no end to the last line.

@@ -62,11 +62,10 @@ TEST_F(BlockedCheck, WritesPlainLinesAlongTheLongWaits) {
                             "outgoing from 20 : 21 to 40 : 0 elapsed: 0.001000 s code: 3"}));
     EXPECT_EQ(visited, (Texts{"20", "30"}));
     const std::string name = "checkBinderTransactions";
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                 debug(name, "transaction :  " + lines[0]),
-                                 debug(name, "transaction :  " + lines[1]),
-                                 error(name, "No transactions found for pid 30"),
-                                 debug(name, "transaction :  " + lines[2])}));
+    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{debug(name, "transaction :  " + lines[0]),
+                                                debug(name, "transaction :  " + lines[1]),
+                                                error(name, "No transactions found for pid 30"),
+                                                debug(name, "transaction :  " + lines[2])}));
 }
 
 TEST_F(BlockedCheck, NamesEveryStuckMainThreadInTheLog) {

@@ -49,8 +49,8 @@ TEST_F(FdInspection, SaysWhatItCannotWriteOrSync) {
     addProcLink("41/fd/7", "x");
     writeFdInfoToFile(path("no/list"), 41);
     EXPECT_EQ(takeLogWithoutDebug(),
-              std::vector<LogEntry>{error("writeFdInfoToFile",
-                                          "open filePath fail: " + path("no/list"))});
+              std::vector<LogEntry>{
+                      error("writeFdInfoToFile", "open filePath fail: " + path("no/list"))});
     // A device can be written to, but not forced to storage.
     writeFdInfoToFile("/dev/null", 41);
     EXPECT_EQ(takeLogWithoutDebug(),

@@ -22,10 +22,9 @@ TEST_F(IncomingReport, ListsASenderForEachOfItsCalls) {
     addProcess(30, "native", "t30\n", "-1000");
     addProcess(40, "shell", "t40\n", "-950");
     addProcess(50, "odd", "t50\n", "1001");
-    BinderLogParser parser =
-            parse("proc 20\n" + incoming(10, 10) + incoming(30, 30) + incoming(10, 10) +
-                  incoming(40, 40) + incoming(50, 50) + outgoing(20, 20, 10, 10, 1) +
-                  "proc 10\n" + incoming(30, 30));
+    BinderLogParser parser = parse("proc 20\n" + incoming(10, 10) + incoming(30, 30) +
+                                   incoming(10, 10) + incoming(40, 40) + incoming(50, 50) +
+                                   outgoing(20, 20, 10, 10, 1) + "proc 10\n" + incoming(30, 30));
     getBinderThreadFullInfo(20, parser, &lines, &java, &native);
     auto line = [](const std::string& from, const std::string& thread) {
         return "incoming transaction from " + from + ":" + thread +

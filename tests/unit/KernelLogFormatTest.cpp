@@ -11,10 +11,12 @@ namespace android::test {
 
 namespace {
 
-constexpr char kNew[] = "4 (null) operator():LINE: Kernel version %s >= 6.1, support new binder "
-                        "log format\n";
-constexpr char kOld[] = "4 (null) operator():LINE: Kernel version %s < 6.1, support old binder "
-                        "log format\n";
+constexpr char kNew[] =
+        "4 (null) operator():LINE: Kernel version %s >= 6.1, support new binder "
+        "log format\n";
+constexpr char kOld[] =
+        "4 (null) operator():LINE: Kernel version %s < 6.1, support old binder "
+        "log format\n";
 constexpr char kUnreadable[] = "6 (null) operator():LINE: Failed to parse kernel version: %s\n";
 
 // Both switches are fixed before main, so each row is a process of its own.
@@ -54,11 +56,12 @@ TEST_F(Startup, ChoosesTheFormatByTheKernelRelease) {
         const char* format;
         const char* said;
     } rows[] = {
-            {"6.1.75-android14", "new", kNew}, {"6.1", "new", kNew},     {"6.10.2", "new", kNew},
-            {"7.0", "new", kNew},              {"10.0.1", "new", kNew},  {"6.0.9", "old", kOld},
-            {"5.15.123", "old", kOld},         {"4.19", "old", kOld},    {"6", "old", kUnreadable},
-            {"", "old", kUnreadable},          {"x6.1", "old", kUnreadable},
-            {"6.x", "old", kUnreadable},
+            {"6.1.75-android14", "new", kNew}, {"6.1", "new", kNew},
+            {"6.10.2", "new", kNew},           {"7.0", "new", kNew},
+            {"10.0.1", "new", kNew},           {"6.0.9", "old", kOld},
+            {"5.15.123", "old", kOld},         {"4.19", "old", kOld},
+            {"6", "old", kUnreadable},         {"", "old", kUnreadable},
+            {"x6.1", "old", kUnreadable},      {"6.x", "old", kUnreadable},
     };
     for (const auto& row : rows) {
         setenv("STALLSCOPE_TEST_RELEASE", row.release, 1);
@@ -66,20 +69,21 @@ TEST_F(Startup, ChoosesTheFormatByTheKernelRelease) {
                                               fill(row.said, row.release));
     }
     setenv("STALLSCOPE_TEST_RELEASE", "(fail)", 1);
-    EXPECT_EQ(runProbe(path("")), "old format, debug off, 1 name\n"
-                                  "6 (null) operator():LINE: Failed to call uname: Bad address\n");
+    EXPECT_EQ(runProbe(path("")),
+              "old format, debug off, 1 name\n"
+              "6 (null) operator():LINE: Failed to call uname: Bad address\n");
 }
 
 TEST_F(Startup, ReadsTheDebugSwitch) {
     const std::pair<const char*, const char*> rows[] = {
-            {"1", "on"},    {"true", "on"}, {"TRUE", "on"},   {"True", "on"}, {"0", "off"},
-            {"", "off"},    {"11", "off"},  {" true", "off"}, {"yes", "off"}, {"on", "off"},
-            {"2", "off"},   {"true ", "off"}, {"false", "off"}};
+            {"1", "on"},  {"true", "on"},   {"TRUE", "on"},   {"True", "on"}, {"0", "off"},
+            {"", "off"},  {"11", "off"},    {" true", "off"}, {"yes", "off"}, {"on", "off"},
+            {"2", "off"}, {"true ", "off"}, {"false", "off"}};
     setenv("STALLSCOPE_TEST_RELEASE", "6.1", 1);
     for (const auto& [value, state] : rows) {
         setenv("STALLSCOPE_TEST_DEBUG", value, 1);
-        EXPECT_EQ(runProbe(path("")), "new format, debug " + std::string(state) + ", 1 name\n" +
-                                              fill(kNew, "6.1"))
+        EXPECT_EQ(runProbe(path("")),
+                  "new format, debug " + std::string(state) + ", 1 name\n" + fill(kNew, "6.1"))
                 << value;
     }
 }
@@ -96,8 +100,8 @@ TEST_F(Startup, LooksForTheKernelVersionBelowTheWorkingDirectory) {
     // A version number out of range ends the process, like every number that does not fit.
     write("proc/version", "Linux version " + std::string(400, '9') + ".1 (x)\n");
     EXPECT_EQ(runProbe(path("") + " && ulimit -c 0").substr(0, 7), "status ");
-    write("proc/version", "A Linux version 5.1 (x)\n\nxLinux version " + std::string(400, '9') +
-                                  ".1 (x)\n");
+    write("proc/version",
+          "A Linux version 5.1 (x)\n\nxLinux version " + std::string(400, '9') + ".1 (x)\n");
     EXPECT_EQ(runProbe(path("")), start + kernel);
 }
 

@@ -53,7 +53,8 @@ TEST(LinePatterns, AgreeWithTheRegularExpressionsOnTheHardLines) {
 }
 
 TEST(LinePatterns, AgreeWithTheRegularExpressionsOnARealLog) {
-    for (const char* file : {TEST_DATA "/transactions-6.12.txt", TEST_DATA "/transactions-6.1.txt"}) {
+    for (const char* file :
+         {TEST_DATA "/transactions-6.12.txt", TEST_DATA "/transactions-6.1.txt"}) {
         std::ifstream log(file);
         std::string line;
         while (std::getline(log, line)) {

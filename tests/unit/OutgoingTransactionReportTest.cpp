@@ -58,13 +58,12 @@ TEST_F(OutgoingReport, SaysWhatItDidInTheLog) {
     const std::string name = "getBinderTransactions";
     const std::string first = line(kApp, 10, kMedia, 20, "0.001000");
     const std::string second = line(kApp, 10, kMedia, 20, "0.002000");
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                 debug(name, "transaction line:  " + first),
-                                 debug(name, "adj is -1000"),
-                                 debug(name, "20 is Native process"),
-                                 error(name, "No transactions found for pid 20"),
-                                 debug(name, "transaction line:  " + second),
-                                 debug(name, "20 is in list")}));
+    EXPECT_EQ(takeLog(),
+              (std::vector<LogEntry>{
+                      debug(name, "transaction line:  " + first), debug(name, "adj is -1000"),
+                      debug(name, "20 is Native process"),
+                      error(name, "No transactions found for pid 20"),
+                      debug(name, "transaction line:  " + second), debug(name, "20 is in list")}));
 }
 
 TEST_F(OutgoingReport, ReturnsTheVerdictForTheMainThread) {
@@ -81,8 +80,9 @@ TEST_F(OutgoingReport, ReturnsTheVerdictForTheMainThread) {
             {"any other Java process", outgoing(10, 10, 20, 20, 9000), "-899", false},
             {"shell", outgoing(10, 10, 20, 20, 9000), "-950", false},
             {"unknown", outgoing(10, 10, 20, 20, 9000), "1001", false},
-            {"further down the chain", outgoing(10, 10, 20, 20, 1000) + "proc 20\n" +
-                     outgoing(20, 20, 30, 30, 9000), "-1000", false},
+            {"further down the chain",
+             outgoing(10, 10, 20, 20, 1000) + "proc 20\n" + outgoing(20, 20, 30, 30, 9000), "-1000",
+             false},
             {"a receiver that is listed already",
              outgoing(10, 11, 20, 20, 9000) + outgoing(10, 10, 20, 20, 9000), "-1000", false},
             {"one of several", outgoing(10, 10, 30, 30, 9000) + outgoing(10, 10, 20, 20, 1),
@@ -134,8 +134,8 @@ TEST_F(OutgoingReport, ListsReceiversByTheirClass) {
 }
 
 TEST_F(OutgoingReport, FollowsOnlyOwnCallsToOthers) {
-    for (const std::string& call : {outgoing(11, 11, 20, 20, 1), outgoing(10, 10, 0, 0, 1),
-                                    outgoing(10, 10, 10, 11, 1)}) {
+    for (const std::string& call :
+         {outgoing(11, 11, 20, 20, 1), outgoing(10, 10, 0, 0, 1), outgoing(10, 10, 10, 11, 1)}) {
         lines.clear();
         report(10, "proc 10\n" + call + "proc 20\n" + outgoing(20, 20, 30, 30, 1));
         EXPECT_EQ(lines.size(), 1u) << call;
@@ -155,8 +155,8 @@ TEST_F(OutgoingReport, SaysInListEvenWhereItWouldNotFollow) {
 }
 
 TEST_F(OutgoingReport, ReportsTheStartTwiceInACycle) {
-    report(10, "proc 10\n" + outgoing(10, 10, 20, 20, 1) + "proc 20\n" +
-                       outgoing(20, 20, 10, 10, 2));
+    report(10,
+           "proc 10\n" + outgoing(10, 10, 20, 20, 1) + "proc 20\n" + outgoing(20, 20, 10, 10, 2));
     std::string forth = line(kApp, 10, kMedia, 20, "0.001000");
     EXPECT_EQ(lines, (Texts{forth, line(kMedia, 20, kApp, 10, "0.002000"), forth}));
     EXPECT_EQ(java, Texts{"10"});
@@ -193,8 +193,9 @@ TEST_F(OutgoingReport, HasNothingToSayOfAnIdleOrUnknownProcess) {
 TEST_F(OutgoingReport, TakesAVanishedReceiverForANativeOne) {
     EXPECT_TRUE(report(10, "proc 10\n" + outgoing(10, 10, 99, 98, 2001)));
     EXPECT_EQ(native, Texts{"99"});
-    EXPECT_EQ(lines[0], "outgoing transaction from 10(app):10(t10) to 99(unknown):98(unknown) "
-                        "elapsed: 2.001000 s code: 3");
+    EXPECT_EQ(lines[0],
+              "outgoing transaction from 10(app):10(t10) to 99(unknown):98(unknown) "
+              "elapsed: 2.001000 s code: 3");
 }
 
 // A recursive walk needs more stack for this than a binder thread has on a device.

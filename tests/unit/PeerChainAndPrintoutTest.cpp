@@ -33,12 +33,12 @@ TEST_F(PeerChain, ReportsToTheCallerAndToTheSystemLog) {
                      "0.002000 s code: 3"}));
     EXPECT_EQ(pids, (Texts{"20", "30"}));
     EXPECT_EQ(cmdlines, (Texts{"media", "hardware"}));
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                 system("tag", "Pid 10 Binder Info"), system("tag", lines[0]),
-                                 system("tag", "Pid 20 Binder Info"), system("tag", lines[1]),
-                                 system("tag", "No transactions found for pid 30"),
-                                 system("tag", lines[2]),
-                                 debug("getBinderToProcess", "20 is in list")}));
+    EXPECT_EQ(takeLog(),
+              (std::vector<LogEntry>{system("tag", "Pid 10 Binder Info"), system("tag", lines[0]),
+                                     system("tag", "Pid 20 Binder Info"), system("tag", lines[1]),
+                                     system("tag", "No transactions found for pid 30"),
+                                     system("tag", lines[2]),
+                                     debug("getBinderToProcess", "20 is in list")}));
 }
 
 TEST_F(PeerChain, FollowsOneProcessOfEachCommandLine) {
@@ -72,29 +72,29 @@ TEST_F(PeerChain, IsOneLineInTheSystemLogForAnIdleOrUnknownProcess) {
 using BinderInfoPrintout = FakeDevice;
 
 TEST_F(BinderInfoPrintout, CopiesEveryTransactionToTheSystemLog) {
-    BinderLogParser parser = parse(
-            "proc 10\n" + outgoing(10, 11, 20, 0, 1500) +
-            "incoming transaction from 1:2 to 10:10 code 4 elapsed 0ms\n"
-            "pending async transaction %s%n\n");
+    BinderLogParser parser = parse("proc 10\n" + outgoing(10, 11, 20, 0, 1500) +
+                                   "incoming transaction from 1:2 to 10:10 code 4 elapsed 0ms\n"
+                                   "pending async transaction %s%n\n");
     takeLog();
     printfBinderInfo(10, parser, "a tag");
-    EXPECT_EQ(takeLog(),
-              (std::vector<LogEntry>{
-                      system("a tag", "Pid 10 Binder Info"),
-                      system("a tag", "outgoing from 10 : 11 to 20 : 0 elapsed: 1.500000 s code: 3"),
-                      system("a tag", "incoming from 1 : 2 to 10 : 10 elapsed: 0.000000 s code: 4"),
-                      system("a tag",
-                             "pending async from 0 : 0 to 0 : 0 elapsed: 0.000000 s code: 0")}));
+    EXPECT_EQ(
+            takeLog(),
+            (std::vector<LogEntry>{
+                    system("a tag", "Pid 10 Binder Info"),
+                    system("a tag", "outgoing from 10 : 11 to 20 : 0 elapsed: 1.500000 s code: 3"),
+                    system("a tag", "incoming from 1 : 2 to 10 : 10 elapsed: 0.000000 s code: 4"),
+                    system("a tag",
+                           "pending async from 0 : 0 to 0 : 0 elapsed: 0.000000 s code: 0")}));
 }
 
 TEST_F(BinderInfoPrintout, AlwaysWritesTheHeader) {
     BinderLogParser parser = parse("proc 10\n");
     printfBinderInfo(10, parser, "");
     printfBinderInfo(-1, parser, "%s");
-    EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                 system("", "Pid 10 Binder Info"),
-                                 system("%s", "Pid -1 Binder Info"),
-                                 error("printfBinderInfo", "No transactions found for pid -1")}));
+    EXPECT_EQ(takeLog(),
+              (std::vector<LogEntry>{
+                      system("", "Pid 10 Binder Info"), system("%s", "Pid -1 Binder Info"),
+                      error("printfBinderInfo", "No transactions found for pid -1")}));
 }
 
 }  // namespace android::test

@@ -33,8 +33,7 @@ TEST_F(PidListDump, WritesTheSubjectAlsoAlone) {
 
 TEST_F(PidListDump, EndsAtOnceWithoutAFile) {
     dumpTraceForAllProcess({41}, "Subject", path("no/list"));
-    EXPECT_EQ(takeLog(),
-              std::vector<LogEntry>{error(kDump, "Failed to write subject to file")});
+    EXPECT_EQ(takeLog(), std::vector<LogEntry>{error(kDump, "Failed to write subject to file")});
     EXPECT_EQ(takeCaptures(), std::vector<Capture>{});
 }
 
@@ -45,9 +44,8 @@ TEST_F(PidListDump, GivesEachPidWhatTheOthersLeftOfTwentySeconds) {
         return -1;
     });
     dumpTraceForAllProcess({1, 2, 3, 4}, "Subject", path("list"));
-    EXPECT_EQ(takeCaptures(),
-              (std::vector<Capture>{{1, kDebuggerdNativeBacktrace, 20},
-                                    {2, kDebuggerdNativeBacktrace, 19}}));
+    EXPECT_EQ(takeCaptures(), (std::vector<Capture>{{1, kDebuggerdNativeBacktrace, 20},
+                                                    {2, kDebuggerdNativeBacktrace, 19}}));
     std::vector<LogEntry> log = takeLog();
     ASSERT_GE(log.size(), 2u);
     EXPECT_EQ(log[log.size() - 2],

@@ -12,7 +12,8 @@ using ProcessAttributes = FakeDevice;
 
 TEST_F(ProcessAttributes, ReadsTheFirstElementOfTheCommandLine) {
     const std::pair<std::string, std::string> rows[] = {
-            {std::string("com.android.commands.monkey\0-p\0x\0", 33), "com.android.commands.monkey"},
+            {std::string("com.android.commands.monkey\0-p\0x\0", 33),
+             "com.android.commands.monkey"},
             {"/system/bin/init second_stage", "/system/bin/init second_stage"},
             {std::string("a\nb\0c", 5), "a\nb"},
             {std::string("\0x", 2), ""},
@@ -27,9 +28,11 @@ TEST_F(ProcessAttributes, ReadsTheFirstElementOfTheCommandLine) {
 }
 
 TEST_F(ProcessAttributes, ReadsTheFirstLineOfTheName) {
-    const std::pair<const char*, const char*> rows[] = {
-            {"binder:41_2\n", "binder:41_2"}, {"a b)\nc\n", "a b)"}, {"no end", "no end"},
-            {"", ""},                         {"\n", ""}};
+    const std::pair<const char*, const char*> rows[] = {{"binder:41_2\n", "binder:41_2"},
+                                                        {"a b)\nc\n", "a b)"},
+                                                        {"no end", "no end"},
+                                                        {"", ""},
+                                                        {"\n", ""}};
     for (const auto& [content, comm] : rows) {
         addProcFile("41/comm", content);
         EXPECT_EQ(getProcessComm(41), comm);
@@ -39,8 +42,8 @@ TEST_F(ProcessAttributes, ReadsTheFirstLineOfTheName) {
 
 TEST_F(ProcessAttributes, ReadsOneNumberAsTheAdjustment) {
     const std::pair<const char*, int> rows[] = {
-            {"-900\n", -900}, {" \n 15", 15},      {"+7", 7},      {"0", 0},
-            {"12 34", 12},    {"900abc", 900},     {"", -1000},    {"\n", -1000},
+            {"-900\n", -900}, {" \n 15", 15},         {"+7", 7},   {"0", 0},
+            {"12 34", 12},    {"900abc", 900},        {"", -1000}, {"\n", -1000},
             {"-1000", -1000}, {"2147483647", INT_MAX}};
     for (const auto& [content, adj] : rows) {
         addProcFile("41/oom_score_adj", content);
@@ -64,12 +67,12 @@ TEST_F(ProcessAttributes, GivesDefaultsForAProcessThatHasGone) {
 
 TEST(ProcessClassification, DrawsItsBoundsExactly) {
     const std::pair<int, ProcessType> rows[] = {
-            {-1000, ProcessType::Native}, {-950, ProcessType::Shell},
-            {-900, ProcessType::Java},    {0, ProcessType::Java},
-            {1000, ProcessType::Java},    {-1001, ProcessType::Unknown},
-            {-999, ProcessType::Unknown}, {-951, ProcessType::Unknown},
-            {-949, ProcessType::Unknown}, {-901, ProcessType::Unknown},
-            {1001, ProcessType::Unknown}, {INT_MIN, ProcessType::Unknown},
+            {-1000, ProcessType::Native},   {-950, ProcessType::Shell},
+            {-900, ProcessType::Java},      {0, ProcessType::Java},
+            {1000, ProcessType::Java},      {-1001, ProcessType::Unknown},
+            {-999, ProcessType::Unknown},   {-951, ProcessType::Unknown},
+            {-949, ProcessType::Unknown},   {-901, ProcessType::Unknown},
+            {1001, ProcessType::Unknown},   {INT_MIN, ProcessType::Unknown},
             {INT_MAX, ProcessType::Unknown}};
     for (const auto& [adj, type] : rows) {
         EXPECT_EQ(classifyOomAdj(adj), type) << adj;

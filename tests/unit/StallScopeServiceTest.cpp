@@ -36,10 +36,8 @@ const ParsingMethod kParsingMethods[] = {
          [](StallScopeService& service, Lists* l, bool*) {
              return service.getThreadFullInfo(10, &l->a, &l->b, &l->c);
          }},
-        {"printfProcBinderInfo",
-         [](StallScopeService& service, Lists*, bool*) {
-             return service.printfProcBinderInfo(10, "tag");
-         }},
+        {"printfProcBinderInfo", [](StallScopeService& service, Lists*,
+                                    bool*) { return service.printfProcBinderInfo(10, "tag"); }},
         {"checkTransaction",
          [](StallScopeService& service, Lists* l, bool* result) {
              return service.checkTransaction(10, 2, &l->a, &l->b, result);
@@ -72,11 +70,11 @@ TEST_F(Service, LeavesEverythingAsItCameWithoutALog) {
             for (const Texts* list : {&lists.a, &lists.b, &lists.c, &lists.h}) {
                 EXPECT_EQ(*list, Texts{"came"});
             }
-            EXPECT_EQ(takeLog(), (std::vector<LogEntry>{
-                                         called(method.name),
-                                         error("parse", std::string("Can't open file: ") +
-                                                                kBinderLogPath),
-                                         error(method.name, "Parser file failed")}));
+            EXPECT_EQ(takeLog(),
+                      (std::vector<LogEntry>{
+                              called(method.name),
+                              error("parse", std::string("Can't open file: ") + kBinderLogPath),
+                              error(method.name, "Parser file failed")}));
         }
     }
 }
@@ -91,14 +89,17 @@ TEST_F(Service, HandsEveryListToTheRightPlace) {
                  incomingLine.replace(incomingLine.find("outgoing"), 8, "incoming") + "proc 20\n" +
                  pendingLine.replace(pendingLine.find("outgoing"), 8, "pending async"));
     const std::string tail = " elapsed: 3.000000 s code: 3";
-    const std::string call = "outgoing transaction from 10(app):10(t10) to 20(media):20(t20)" + tail;
+    const std::string call =
+            "outgoing transaction from 10(app):10(t10) to 20(media):20(t20)" + tail;
     const std::string waiting =
             "pending async transaction from 10(app):10(t10) to 20(media):0(unknown)" + tail;
     const Texts expected[][8] = {
             {{call}, {}, {"20"}, {"app"}, {"media"}, {"3.000000"}, {"10"}, {"20"}},
             {{waiting}, {}, {"20"}},
             {{"incoming transaction from 20(media):20(t20) to 10(app):10(t10) elapsed: 0.001000 s "
-              "code: 3"}, {}, {"20"}},
+              "code: 3"},
+             {},
+             {"20"}},
             {},
             {{"outgoing from 10 : 10 to 20 : 20" + tail}, {"20"}},
             {{"20"}, {"media"}, {call}},

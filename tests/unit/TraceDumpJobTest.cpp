@@ -64,16 +64,18 @@ class TraceDump : public FakeDevice {
 TEST_F(TraceDump, WritesTheReportThenThePeersThenTheNamedProcesses) {
     setBinderLog("proc 10\n" + outgoing(10, 10, 20, 20, 3000) + outgoing(10, 10, 30, 30, 1));
     runJob(10, true, {String16("app"), String16("media")});
-    EXPECT_EQ(read("out/trace"),
-              "Binder Info:\n"
-              "outgoing transaction from 10(app):10(app) to 20(media):20(media) elapsed: 3.000000 s "
-              "code: 3\n"
-              "outgoing transaction from 10(app):10(app) to 30(java):30(java) elapsed: 0.001000 s "
-              "code: 3\n"
-              "java 30\n"
-              "native 20\n"
-              "java 10\n");
-    EXPECT_EQ(takeCaptures(), (std::vector<Capture>{{30, kJava, 1}, {20, kNative, 1}, {10, kJava, 1}}));
+    EXPECT_EQ(
+            read("out/trace"),
+            "Binder Info:\n"
+            "outgoing transaction from 10(app):10(app) to 20(media):20(media) elapsed: 3.000000 s "
+            "code: 3\n"
+            "outgoing transaction from 10(app):10(app) to 30(java):30(java) elapsed: 0.001000 s "
+            "code: 3\n"
+            "java 30\n"
+            "native 20\n"
+            "java 10\n");
+    EXPECT_EQ(takeCaptures(),
+              (std::vector<Capture>{{30, kJava, 1}, {20, kNative, 1}, {10, kJava, 1}}));
     std::vector<LogEntry> log = takeLog();
     EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Directory exists: " + path("out")));
     EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Pid 20 already dumped"));
@@ -139,7 +141,8 @@ TEST_F(TraceDump, CapturesEachPidOnceAsTheFirstThatItIsListedAs) {
     task.nativePids = {"20", "30", self, "20"};
     task.withBinderInfo = true;
     runTraceDump(task);
-    EXPECT_EQ(takeCaptures(), (std::vector<Capture>{{30, kJava, 1}, {getpid(), kJava, 1}, {20, kNative, 1}}));
+    EXPECT_EQ(takeCaptures(),
+              (std::vector<Capture>{{30, kJava, 1}, {getpid(), kJava, 1}, {20, kNative, 1}}));
     std::vector<LogEntry> log = takeLog();
     EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, self + " == getpid()"));
     EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Dumping backtrace for PID: 30"));
@@ -162,8 +165,8 @@ TEST_F(TraceDump, MatchesNamesByTheWholeJoinedCommandLine) {
         Texts names;
         std::vector<int> pids;
     } rows[] = {
-            {{"app"}, {10, 51, 52}}, {{"sh"}, {}},       {{"sh-cx"}, {50}}, {{"sh-cx", "sh-cx"}, {50}},
-            {{"ap", "apps"}, {}},    {{""}, {54}},       {{"twin"}, {56}},
+            {{"app"}, {10, 51, 52}}, {{"sh"}, {}}, {{"sh-cx"}, {50}}, {{"sh-cx", "sh-cx"}, {50}},
+            {{"ap", "apps"}, {}},    {{""}, {54}}, {{"twin"}, {56}},
     };
     for (const auto& row : rows) {
         task.names = row.names;
@@ -189,8 +192,8 @@ TEST_F(TraceDump, KeepsTheFiveNewestFilesAndAllElse) {
     fs::create_symlink("nowhere", path("out/dangling"));
     mkfifo(path("out/fifo").c_str(), 0600);
     pruneToNewestFiles(path("out"));
-    EXPECT_EQ(filesIn("out"), (Texts{"dangling", "fifo", "file0", "file1", "file2", "file4",
-                                     "file5", "sub"}));
+    EXPECT_EQ(filesIn("out"),
+              (Texts{"dangling", "fifo", "file0", "file1", "file2", "file4", "file5", "sub"}));
     pruneToNewestFiles(path("out"));
     EXPECT_EQ(filesIn("out").size(), 8u);
 }
@@ -200,10 +203,9 @@ TEST_F(TraceDump, EndsTheProcessOnADirectoryThatCannotBeExaminedOrPruned) {
     write("file", "");
     EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("file")); }), "filesystem_error");
     std::string tooLong = "/" + std::string(5000, 'x') + "/trace";
-    EXPECT_DEATH(runAsDaemon([&] {
-                     dumpTraceAndBinderInfo(10, true, {}, String16(tooLong.c_str()));
-                 }),
-                 "filesystem_error");
+    EXPECT_DEATH(
+            runAsDaemon([&] { dumpTraceAndBinderInfo(10, true, {}, String16(tooLong.c_str())); }),
+            "filesystem_error");
 }
 
 TEST(String16Conversion, GivesUtf8UpToTheFirstNul) {

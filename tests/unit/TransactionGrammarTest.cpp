@@ -26,7 +26,7 @@ void expectRows(BinderTransaction (*read)(const std::string&, const std::string&
 
 TEST(BinderTransaction, PrintsElapsedTimeWithSixSignificantDigits) {
     const std::pair<double, const char*> rows[] = {
-            {0.35, "0.35"},          {60.0, "60"},    {123.456789, "123.457"},
+            {0.35, "0.35"},           {60.0, "60"},    {123.456789, "123.457"},
             {1234567, "1.23457e+06"}, {1e-5, "1e-05"}, {0.012, "0.012"}};
     for (const auto& [elapsed, text] : rows) {
         BinderTransaction transaction;
@@ -99,8 +99,8 @@ TEST(TransactionGrammar, ReadsADurationOrSaysWhyNot) {
         const char* text;
         double seconds;
         bool isLogged;
-    } rows[] = {{"1.250", 1.25, false}, {"3", 3.0, false},  {"1.2.3", 1.2, false},
-                {".5", 0.5, false},     {".", 0.0, true},   {"", 0.0, true},
+    } rows[] = {{"1.250", 1.25, false}, {"3", 3.0, false}, {"1.2.3", 1.2, false},
+                {".5", 0.5, false},     {".", 0.0, true},  {"", 0.0, true},
                 {"12s", 12.0, false},   {"..1", 0.0, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
@@ -108,8 +108,8 @@ TEST(TransactionGrammar, ReadsADurationOrSaysWhyNot) {
         EXPECT_EQ(BinderLogParser::extractDuration(row.text), row.seconds);
         std::vector<LogEntry> expected;
         if (row.isLogged) {
-            expected.push_back(error("extractDuration",
-                                     std::string("Duration parse error : ") + row.text));
+            expected.push_back(
+                    error("extractDuration", std::string("Duration parse error : ") + row.text));
         }
         EXPECT_EQ(takeLog(), expected);
     }
@@ -146,10 +146,9 @@ TEST(TransactionGrammarDeathTest, EndsTheProcessOnNumbersThatDoNotFit) {
                  "from 1:2 to 3:4 code zz elapsed 1ms",
                  "from 1:2 to 3:4 code 5 elapsed 9223372036854775808ms",
          }) {
-        EXPECT_DEATH(runAsDaemon([&] {
-                         BinderLogParser::parseTransactionAbove6_1(line, "outgoing");
-                     }),
-                     "out_of_range|invalid_argument")
+        EXPECT_DEATH(
+                runAsDaemon([&] { BinderLogParser::parseTransactionAbove6_1(line, "outgoing"); }),
+                "out_of_range|invalid_argument")
                 << line;
     }
     EXPECT_DEATH(runAsDaemon([] {
