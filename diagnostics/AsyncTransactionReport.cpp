@@ -1,17 +1,15 @@
 #include "diagnostics/AsyncTransactionReport.h"
 
 #include "diagnostics/OutgoingTransactionReport.h"
-#include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {
 
 namespace {
-
-constexpr double kBlockedSecs = 2.0;
 
 // Lists a receiver that is native or Java; returns true when it is new and so to be followed.
 // Unlike in the outgoing report, one that the shell started is left out.
@@ -53,7 +51,7 @@ bool getAsyncBinderTransactions(int anrFromPid, int pid, BinderLogParser& parser
             continue;
         }
         lines->push_back(std::move(line));
-        isBlocked = isBlocked || (call.elapsed > kBlockedSecs && call.fromPid == call.fromTid);
+        isBlocked = isBlocked || isLongMainThreadCall(call);
         if (addPidToList(pid, javaPids, nativePids)) {
             getBinderTransactions(pid, parser, lines, javaPids, nativePids, nullptr, nullptr,
                                   nullptr, nullptr, nullptr);

@@ -9,9 +9,10 @@
 namespace android {
 
 // Which one-way calls from anrFromPid still wait in pid's queue? Appends one line to `lines` for
-// each, followed by the report of OutgoingTransactionReport.h on pid, and pid to `javaPids` or
-// `nativePids`. Returns true when one of them was sent by anrFromPid's main thread and has waited
-// for more than two seconds.
+// each. Behind the first of them, unless pid is listed already or is neither Java nor native, pid
+// is added to `javaPids` or `nativePids` and OutgoingTransactionReport.h reports on it. Returns
+// true when one of them was sent by anrFromPid's main thread and has waited for more than two
+// seconds.
 bool getAsyncBinderTransactions(int anrFromPid, int pid, BinderLogParser& parser,
                                 std::vector<std::string>* lines, std::vector<std::string>* javaPids,
                                 std::vector<std::string>* nativePids);

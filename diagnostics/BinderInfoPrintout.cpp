@@ -2,8 +2,8 @@
 
 #include <log/log.h>
 
-#include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 
 namespace android {
 

@@ -2,19 +2,14 @@
 
 #include <log/log.h>
 
-#include <algorithm>
-
 #include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {
 
 namespace {
-
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
 
 // Whether the log has a section for pid; says which in the system log.
 bool announceProcess(int pid, const BinderLogParser& parser, const std::string& tag) {
@@ -38,7 +33,8 @@ void getBinderToProcess(int pid, BinderLogParser& parser, const std::string& tag
         lines->push_back(std::move(line));
 
         std::string receiver = std::to_string(call.toPid);
-        if (contains(*peerPids, receiver) || contains(*peerCmdlines, names.receiverCmdline)) {
+        if (containsText(*peerPids, receiver) ||
+            containsText(*peerCmdlines, names.receiverCmdline)) {
             LOG_LINE(ANDROID_LOG_DEBUG, function, "%s is in list", receiver.c_str());
             return kFollowNobody;
         }

@@ -1,11 +1,10 @@
 #include "diagnostics/BlockedCallCheck.h"
 
-#include <algorithm>
-
 #include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {
@@ -33,7 +32,7 @@ bool isBlockingReceiver(const BinderTransaction& call) {
 // False when pid has been visited before.
 bool visitOnce(int pid, std::vector<std::string>* visitedPids) {
     std::string text = std::to_string(pid);
-    if (std::find(visitedPids->begin(), visitedPids->end(), text) != visitedPids->end()) {
+    if (containsText(*visitedPids, text)) {
         return false;
     }
     visitedPids->push_back(std::move(text));

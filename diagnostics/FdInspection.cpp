@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "diagnostics/Directory.h"
 #include "diagnostics/LineWriter.h"
 #include "service/LogLine.h"

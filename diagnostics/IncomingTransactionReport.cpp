@@ -1,9 +1,9 @@
 #include "diagnostics/IncomingTransactionReport.h"
 
-#include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {

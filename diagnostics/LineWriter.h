@@ -8,7 +8,8 @@
 namespace android {
 
 // A file that is written line by line, unbuffered: what was written is in the file whatever happens
-// to the daemon next. The file is created if it is missing; its directory is not.
+// to the daemon next. The file is created if it is missing; its directory is not. A FIFO that
+// nobody reads can't be opened.
 class LineWriter {
   public:
     enum class Mode { Replace, Append };

@@ -4,6 +4,7 @@
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {
@@ -11,7 +12,6 @@ namespace android {
 namespace {
 
 constexpr char kReport[] = "getBinderTransactions";
-constexpr double kBlockedSecs = 2.0;
 
 // The lists that a caller may leave out, all or any.
 struct OptionalLists {
@@ -61,7 +61,7 @@ std::vector<std::string>* listFor(ProcessType type, const std::string& pid,
 
 bool isMainThreadBlocked(const BinderTransaction& call, int receiverAdj) {
     bool mayBlock = receiverAdj == kOomAdjNative || receiverAdj == kOomAdjSystem;
-    return mayBlock && call.elapsed > kBlockedSecs && call.fromPid == call.fromTid;
+    return mayBlock && isLongMainThreadCall(call);
 }
 
 }  // namespace

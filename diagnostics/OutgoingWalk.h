@@ -16,10 +16,10 @@ constexpr int kFollowNobody = 0;
 // after the transaction that led to it. Keeps its own stack, since a chain may be as long as the
 // device has processes and a binder thread's stack is small.
 //
-// enter(pid) is called once for each process, first; it returns whether to look at its
-// transactions. visit(pid, transaction, isStart) returns the pid to follow or kFollowNobody;
-// isStart tells the walk's first process from the followed ones, which may include the same pid
-// again.
+// enter(pid) is called each time that a process is entered, the first one included; it returns
+// whether to look at its transactions. visit(pid, transaction, isStart) returns the pid to follow
+// or kFollowNobody; isStart tells the walk's first process from the followed ones, which may
+// include the same pid again.
 template <typename Enter, typename Visit>
 void walkOutgoing(int pid, const BinderLogParser& parser, Enter enter, Visit visit) {
     struct Process {
@@ -48,12 +48,6 @@ void walkOutgoing(int pid, const BinderLogParser& parser, Enter enter, Visit vis
         }
     }
 }
-
-// False, with a logged error in the name of `function`, when the log has no section for pid.
-bool requireProcess(const char* function, int pid, const BinderLogParser& parser);
-
-// True when the receiver may be followed at all: the call is pid's own and goes to another process.
-bool leadsOn(int pid, const BinderTransaction& call);
 
 }  // namespace android
 

@@ -1,19 +1,9 @@
 #include "diagnostics/ProcessClassification.h"
-
-#include <algorithm>
-#include <cstdint>
+#include "diagnostics/TransactionRules.h"
 
 #include "service/LogLine.h"
 
 namespace android {
-
-namespace {
-
-bool containsText(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
-}  // namespace
 
 ProcessType classifyOomAdj(int adj) {
     if (adj == kOomAdjNative) {

@@ -17,6 +17,7 @@ namespace android {
 
 namespace {
 
+constexpr char kJob[] = "dumpTraceAndBinderInfo";
 constexpr int kPeerTimeoutSecs = 1;
 constexpr int kNamedTimeoutSecs = 1;
 
@@ -30,21 +31,21 @@ int toPid(const std::string& text) {
 // Peers are captured as the report classed them: no second look, no fallback.
 void dumpPeer(int pid, const std::string& file, DebuggerdDumpType type, DumpedPids* dumped) {
     if (dumped->insert(pid).second) {
-        LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Dumping backtrace for PID: %d", pid);
+        LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Dumping backtrace for PID: %d", pid);
         dumpTraces(pid, file, kPeerTimeoutSecs, type);
     }
 }
 
 void dumpPeers(const TraceDumpTask& task, DumpedPids* dumped) {
-    LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Start dumping trace for java processes");
+    LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Start dumping trace for java processes");
     for (const std::string& text : task.javaPids) {
         dumpPeer(toPid(text), task.file, kDebuggerdJavaBacktrace, dumped);
     }
-    LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Start dumping trace for native processes");
+    LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Start dumping trace for native processes");
     for (const std::string& text : task.nativePids) {
         int pid = toPid(text);
         if (pid == getpid()) {
-            LOG_LINE(ANDROID_LOG_DEBUG, __func__, "%d == getpid()", pid);
+            LOG_LINE(ANDROID_LOG_DEBUG, kJob, "%d == getpid()", pid);
             continue;
         }
         dumpPeer(pid, task.file, kDebuggerdNativeBacktrace, dumped);
@@ -66,17 +67,16 @@ void dumpIfNamed(const char* entry, const std::unordered_set<std::string>& names
                  const std::string& file, DumpedPids* dumped) {
     int pid = atoi(entry);
     if (dumped->count(pid) > 0) {
-        LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Pid %d already dumped", pid);
+        LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Pid %d already dumped", pid);
         return;
     }
     std::string cmdline;
     if (!readJoinedCmdline(entry, &cmdline)) {
         return;
     }
-    LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Checking process: %s (PID: %d)", cmdline.c_str(), pid);
+    LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Checking process: %s (PID: %d)", cmdline.c_str(), pid);
     if (names.count(cmdline) > 0) {
-        LOG_LINE(ANDROID_LOG_INFO, __func__, "Dumping trace for '%s' (PID: %d)", cmdline.c_str(),
-                 pid);
+        LOG_LINE(ANDROID_LOG_INFO, kJob, "Dumping trace for '%s' (PID: %d)", cmdline.c_str(), pid);
         dumpBacktraceToFileTimeout(pid, kNamedTimeoutSecs, file);
         dumped->insert(pid);
     }
@@ -84,15 +84,15 @@ void dumpIfNamed(const char* entry, const std::unordered_set<std::string>& names
 
 // False when the job has to end because the processes can't be listed.
 bool dumpNamedProcesses(const TraceDumpTask& task, DumpedPids* dumped) {
-    LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Start dumping trace for processes");
+    LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Start dumping trace for processes");
     if (task.names.empty()) {
         return true;
     }
-    LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Processes list is not empty");
+    LOG_LINE(ANDROID_LOG_DEBUG, kJob, "Processes list is not empty");
     const std::unordered_set<std::string> names(task.names.begin(), task.names.end());
     Directory processes("/proc");
     if (!processes.isOpen()) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to open /proc directory");
+        LOG_LINE(ANDROID_LOG_ERROR, kJob, "Failed to open /proc directory");
         return false;
     }
     while (const dirent* entry = processes.next()) {

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "service/LogLine.h"
+#include "service/Utf8Repair.h"
 
 namespace android {
 
@@ -47,6 +48,7 @@ Status StallScopeService::getTransaction(int32_t pid, std::vector<std::string>* 
     if (parseBinderLog(__func__, &parser)) {
         *result = getBinderTransactions(pid, parser, lines, javaPids, nativePids, senderCmdlines,
                                         receiverCmdlines, elapsedTexts, senderPids, receiverPids);
+        repairUtf8({lines, senderCmdlines, receiverCmdlines});
     }
     return Status::ok();
 }
@@ -60,6 +62,7 @@ Status StallScopeService::getAsyncTransaction(int32_t anrFromPid, int32_t pid,
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
         *result = getAsyncBinderTransactions(anrFromPid, pid, parser, lines, javaPids, nativePids);
+        repairUtf8({lines});
     }
     return Status::ok();
 }
@@ -71,6 +74,7 @@ Status StallScopeService::getThreadFullInfo(int32_t pid, std::vector<std::string
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
         getBinderThreadFullInfo(pid, parser, lines, javaPids, nativePids);
+        repairUtf8({lines});
     }
     return Status::ok();
 }
@@ -103,6 +107,7 @@ Status StallScopeService::getTransactProc(int32_t pid, const std::string& tag,
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
         getBinderToProcess(pid, parser, tag, peerPids, peerCmdlines, lines);
+        repairUtf8({peerCmdlines, lines});
     }
     return Status::ok();
 }

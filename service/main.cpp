@@ -3,6 +3,7 @@
 #include <binder/IPCThreadState.h>
 #include <binder/LazyServiceRegistrar.h>
 #include <binder/ProcessState.h>
+#include <signal.h>
 
 #include "service/LogLine.h"
 #include "service/StallScopeService.h"
@@ -11,6 +12,8 @@ using namespace android;
 
 int main() {
     LOG_LINE(ANDROID_LOG_DEBUG, __func__, "StallScopeStarting stallscope");
+    // A client may name a FIFO as its file and go away; that must fail the write, not the daemon.
+    signal(SIGPIPE, SIG_IGN);
     sp<StallScopeService> service = StallScopeService::getInstance();
     status_t status = binder::LazyServiceRegistrar::getInstance().registerService(
             service, "StallScopeService", false, IServiceManager::DUMP_FLAG_PRIORITY_DEFAULT);

@@ -120,6 +120,33 @@ TEST_F(Service, HandsEveryListToTheRightPlace) {
     }
 }
 
+// One name that is no UTF-8 would make the stub refuse the whole reply.
+TEST_F(Service, RepairsNamesThatTheStubWouldRefuse) {
+    const std::pair<const char*, const char*> rows[] = {
+            {"plain", "plain"},
+            {"a\u00e9\u20ac\U0001f600z", "a\u00e9\u20ac\U0001f600z"},
+            {"\x7f\u0080\u07ff\u0800\uffff\U00010000\U0010ffff",
+             "\x7f\u0080\u07ff\u0800\uffff\U00010000\U0010ffff"},
+            {"tail\xc3", "tail\ufffd"},
+            {"\xf0\x9f\x98", "\ufffd\ufffd\ufffd"},
+            {"\xe2\x82(x", "\ufffd\ufffd(x"},
+            {"\xc0\xaf \xe0\x9f\xbf", "\ufffd\ufffd \ufffd\ufffd\ufffd"},
+            {"\xed\xa0\x80\xf4\x90\x80\x80\xff",
+             "\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd"},
+    };
+    setBinderLog("proc 10\n" + outgoing(10, 10, 20, 20, 3000));
+    for (const auto& [name, repaired] : rows) {
+        addProcess(20, name, name, "0");
+        Lists lists;
+        bool result = false;
+        kParsingMethods[0].call(service, &lists, &result);
+        EXPECT_EQ(lists.e.back(), repaired);
+        EXPECT_NE(lists.a.back().find(std::string("20(") + repaired + "):20(" + repaired + ")"),
+                  std::string::npos)
+                << lists.a.back();
+    }
+}
+
 TEST_F(Service, ServesTheMethodsThatReadNoLog) {
     addProcLink("41/fd/0", "x");
     int32_t amount = 0;

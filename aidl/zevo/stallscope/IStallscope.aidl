@@ -31,7 +31,7 @@ interface IStallscope {
     /** Copies pid's transactions into the system log buffer under tag. */
     void printfProcBinderInfo(int pid, @utf8InCpp String tag);
 
-    /** True when pid's main thread waits longer than thresholdSecs on a native process. */
+    /** True when pid's main thread waits longer on a native process or the system server. */
     boolean checkTransaction(int pid, int thresholdSecs, inout @utf8InCpp List<String> lines,
             inout @utf8InCpp List<String> visitedPids);
 

@@ -1,8 +1,16 @@
-#include "diagnostics/OutgoingWalk.h"
+#include "diagnostics/TransactionRules.h"
+
+#include <algorithm>
 
 #include "service/LogLine.h"
 
 namespace android {
+
+namespace {
+
+constexpr double kLongCallSecs = 2.0;
+
+}  // namespace
 
 bool requireProcess(const char* function, int pid, const BinderLogParser& parser) {
     if (parser.hasProcess(pid)) {
@@ -14,6 +22,14 @@ bool requireProcess(const char* function, int pid, const BinderLogParser& parser
 
 bool leadsOn(int pid, const BinderTransaction& call) {
     return call.fromPid == pid && call.toPid >= 1 && call.toPid != pid;
+}
+
+bool isLongMainThreadCall(const BinderTransaction& call) {
+    return call.elapsed > kLongCallSecs && call.fromPid == call.fromTid;
+}
+
+bool containsText(const std::vector<std::string>& texts, const std::string& text) {
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
 }  // namespace android
