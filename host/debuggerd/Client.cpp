@@ -1,7 +1,8 @@
 // The debugger daemon's client for hosts that have no debugger daemon: each capture runs in a
-// process of its own (CaptureMain.cpp). That keeps the time-out whatever the target does, since even
-// a read of /proc can block there; an unwinder that crashes on a damaged process doesn't take the
-// daemon along; and the kernel undoes everything ptrace when the capture process ends or is killed.
+// process of its own (CaptureMain.cpp). That keeps the time-out whatever the target does, since
+// even a read of /proc can block there; an unwinder that crashes on a damaged process doesn't take
+// the daemon along; and the kernel undoes everything ptrace when the capture process ends or is
+// killed.
 
 #define LOG_TAG "libdebuggerd_client"
 
@@ -24,19 +25,16 @@
 #include "host/debuggerd/CaptureResult.h"
 #include "host/debuggerd/Deadline.h"
 
-extern char** environ;
-
 namespace debuggerd {
 namespace {
 
 using android::base::unique_fd;
-using std::chrono_literals::operator""ms;
 
 constexpr char kCaptureProgram[] = "debuggerd_capture";
 // How long a killed capture process may take to go; more only if it sleeps uninterruptibly.
-constexpr auto kKillGrace = 100ms;
+constexpr auto kKillGrace = std::chrono::milliseconds(100);
 // So much earlier the capture process gives up by itself and still completes what it writes.
-constexpr auto kFlushTime = 50ms;
+constexpr auto kFlushTime = std::chrono::milliseconds(50);
 
 const char* describe(CaptureResult result) {
     switch (result) {
@@ -61,7 +59,8 @@ const char* describe(CaptureResult result) {
         case CaptureResult::kBroken:
             break;
     }
-    return "the capture process failed; is debuggerd_capture installed beside the library?";
+    return "the capture process failed; is debuggerd_capture installed beside the library, and are "
+           "there descriptors left?";
 }
 
 std::string captureProgramPath() {
@@ -75,9 +74,9 @@ std::string captureProgramPath() {
 pid_t spawnCapture(pid_t tid, DebuggerdDumpType type, const Deadline& deadline, int outputFd,
                    int resultFd) {
     std::string path = captureProgramPath();
-    std::string arguments[] = {
-            kCaptureProgram, std::to_string(type), std::to_string(tid),
-            std::to_string(deadline.earlierBy(kFlushTime).nanoseconds()), std::to_string(getpid())};
+    std::string arguments[] = {kCaptureProgram, std::to_string(type), std::to_string(tid),
+                               std::to_string(deadline.earlierBy(kFlushTime).nanoseconds()),
+                               std::to_string(getpid())};
     char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(),
                     arguments[3].data(), arguments[4].data(), nullptr};
 
@@ -142,7 +141,7 @@ CaptureResult capture(pid_t tid, DebuggerdDumpType type, const Deadline& deadlin
     unique_fd childEnd(fcntl(pipeEnd.get(), F_DUPFD_CLOEXEC, 4));
     unique_fd output(fcntl(fd, F_DUPFD_CLOEXEC, 4));
     if (output == -1) {
-        return CaptureResult::kWriteFailed;
+        return errno == EBADF ? CaptureResult::kWriteFailed : CaptureResult::kBroken;
     }
     pid_t child = spawnCapture(tid, type, deadline, output.get(), childEnd.get());
     pipeEnd.reset();
@@ -164,25 +163,26 @@ CaptureResult capture(pid_t tid, DebuggerdDumpType type, const Deadline& deadlin
 }  // namespace debuggerd
 
 // A time-out of 0 or less has expired already; the platform's own client would wait forever.
-int dump_backtrace_to_file_timeout(pid_t tid, DebuggerdDumpType dump_type, int timeout_secs,
-                                   int fd) {
+int dump_backtrace_to_file_timeout(pid_t tid, DebuggerdDumpType dumpType, int timeoutSecs, int fd) {
     using debuggerd::CaptureResult;
     using debuggerd::Deadline;
     CaptureResult result = CaptureResult::kTimedOut;
-    if (dump_type != kDebuggerdNativeBacktrace && dump_type != kDebuggerdJavaBacktrace) {
+    if (dumpType != kDebuggerdNativeBacktrace && dumpType != kDebuggerdJavaBacktrace) {
         result = CaptureResult::kUnsupported;
-    } else if (timeout_secs > 0) {
-        Deadline deadline = Deadline::after(std::chrono::seconds(timeout_secs));
-        result = debuggerd::capture(tid, dump_type, deadline, fd);
+    } else if (timeoutSecs > 0) {
+        Deadline deadline = Deadline::after(std::chrono::seconds(timeoutSecs));
+        result = debuggerd::capture(tid, dumpType, deadline, fd);
     }
     if (result != CaptureResult::kCaptured) {
-        ALOGE("Can't capture process %d (kind %d): %s.", tid, dump_type,
-              debuggerd::describe(result));
+        // Callers try for Java first: that a process is no JVM is what they want to know, no fault.
+        int priority = result == CaptureResult::kNotJvm ? ANDROID_LOG_INFO : ANDROID_LOG_ERROR;
+        LOG_PRI(priority, LOG_TAG, "Can't capture process %d (kind %d): %s.", tid, dumpType,
+                debuggerd::describe(result));
     }
     return static_cast<int>(result);
 }
 
-int dump_backtrace_to_file(pid_t tid, DebuggerdDumpType dump_type, int fd) {
+int dump_backtrace_to_file(pid_t tid, DebuggerdDumpType dumpType, int fd) {
     constexpr int kPatienceSecs = 20;
-    return dump_backtrace_to_file_timeout(tid, dump_type, kPatienceSecs, fd);
+    return dump_backtrace_to_file_timeout(tid, dumpType, kPatienceSecs, fd);
 }

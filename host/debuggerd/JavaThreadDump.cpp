@@ -62,7 +62,7 @@ void removeAttachRequest(pid_t pid) {
 class JavaThreadDump {
   public:
     JavaThreadDump(pid_t pid, const Deadline& deadline, DumpFile* out)
-        : mPid(pid), mDeadline(deadline), mOut(out) {}
+          : mPid(pid), mDeadline(deadline), mOut(out) {}
 
     CaptureResult dump();
 

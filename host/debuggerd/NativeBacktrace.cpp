@@ -24,11 +24,10 @@ namespace {
 
 using android::base::StringPrintf;
 using State = TracedThread::State;
-using std::chrono_literals::operator""ms;
 
 constexpr size_t kMostFrames = 256;
 // How long threads that have stopped wait for those that have not.
-constexpr auto kStopGrace = 50ms;
+constexpr auto kStopGrace = std::chrono::milliseconds(50);
 
 // What is left of a thread when it runs on.
 struct StoppedThread {
@@ -40,7 +39,7 @@ struct StoppedThread {
 class NativeBacktrace {
   public:
     NativeBacktrace(pid_t pid, const Deadline& deadline, DumpFile* out)
-        : mPid(pid), mDeadline(deadline), mOut(out), mThreads(pid) {}
+          : mPid(pid), mDeadline(deadline), mOut(out), mThreads(pid) {}
 
     CaptureResult dump();
 
@@ -85,6 +84,9 @@ CaptureResult NativeBacktrace::dump() {
     }
     prepareUnwinder();
     std::vector<StoppedThread> stopped = takeStoppedThreads();
+    if (stopped.empty() && !mThreads.anyIn(State::kStopping)) {
+        return CaptureResult::kNoSuchProcess;  // killed a moment ago
+    }
     mOut->begin(mPid, abiName(stopped.empty() ? unwindstack::Regs::CurrentArch()
                                               : stopped[0].regs->Arch()));
     while (true) {

@@ -16,12 +16,13 @@ constexpr uint64_t kMostBytesPerStack = 256 * 1024;
 }  // namespace
 
 StackMemory::StackMemory(pid_t pid)
-    : mPid(pid), mLive(unwindstack::Memory::CreateProcessMemoryCached(pid)) {}
+      : mPid(pid), mLive(unwindstack::Memory::CreateProcessMemoryCached(pid)) {}
 
 void StackMemory::copyStack(uint64_t sp, uint64_t end) {
     uint64_t start = sp - std::min(sp, kRedZone);
     std::vector<uint8_t> bytes(std::min(end - start, kMostBytesPerStack));
     iovec to = {bytes.data(), bytes.size()};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address of the other process
     iovec from = {reinterpret_cast<void*>(start), bytes.size()};
     ssize_t copied = process_vm_readv(mPid, &to, 1, &from, 1, 0);
     if (copied > 0) {

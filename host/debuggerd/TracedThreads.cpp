@@ -15,12 +15,11 @@
 namespace debuggerd {
 
 using State = TracedThread::State;
-using std::chrono_literals::operator""us;
 
 namespace {
 
-constexpr auto kFirstPause = 100us;
-constexpr auto kLongestPause = 5000us;
+constexpr auto kFirstPause = std::chrono::microseconds(100);
+constexpr auto kLongestPause = std::chrono::microseconds(5000);
 // Threads that start each other faster than they can be stopped end the search.
 constexpr int kMostLooks = 50;
 
@@ -87,16 +86,19 @@ bool TracedThreads::seizeNewThreads() {
         }
     }
     // Not before all names are read: from here on the process stands still.
-    std::for_each(mThreads.begin() + known, mThreads.end(), seize);
+    for (size_t i = known; i < mThreads.size(); i++) {
+        seize(&mThreads[i]);
+    }
     return mThreads.size() > known;
 }
 
-void TracedThreads::seize(TracedThread& thread) {
-    if (ptrace(PTRACE_SEIZE, thread.tid, nullptr, nullptr) != 0) {
-        thread.refusal = errno == ESRCH ? CaptureResult::kCaptured : whyRefused(thread.tid);
-        thread.state = thread.refusal == CaptureResult::kCaptured ? State::kGone : State::kRefused;
-    } else if (ptrace(PTRACE_INTERRUPT, thread.tid, nullptr, nullptr) != 0) {
-        thread.state = State::kGone;
+void TracedThreads::seize(TracedThread* thread) {
+    if (ptrace(PTRACE_SEIZE, thread->tid, nullptr, nullptr) != 0) {
+        thread->refusal = errno == ESRCH ? CaptureResult::kCaptured : whyRefused(thread->tid);
+        thread->state =
+                thread->refusal == CaptureResult::kCaptured ? State::kGone : State::kRefused;
+    } else if (ptrace(PTRACE_INTERRUPT, thread->tid, nullptr, nullptr) != 0) {
+        thread->state = State::kGone;
     }
 }
 
@@ -123,21 +125,27 @@ bool TracedThreads::collectStops() {
 }
 
 void TracedThreads::collectStop(TracedThread* thread) {
-    int status = 0;
-    pid_t changed = waitpid(thread->tid, &status, __WALL | WNOHANG);
-    if (changed == thread->tid && WIFSTOPPED(status)) {
+    // A stop is looked at but not taken off the kernel's hands: with a stop for a signal's delivery
+    // that would take the signal as well, and it would be lost if this process were killed now.
+    siginfo_t info = {};
+    int flags = WSTOPPED | WEXITED | WNOHANG | WNOWAIT | __WALL;
+    if (waitid(P_PID, thread->tid, &info, flags) != 0) {
+        thread->state = errno == EINTR ? thread->state : State::kGone;
+    } else if (info.si_code == CLD_TRAPPED || info.si_code == CLD_STOPPED) {
         thread->state = State::kStopped;
-        // A stop without an event is a signal's delivery, which now waits for our word. Stops with
-        // one are the one asked for or a group stop, to which the kernel returns by itself.
-        bool event = status >> 16 != 0;
-        thread->signal = event ? 0 : WSTOPSIG(status);
-    } else if (changed != 0 && !(changed == -1 && errno == EINTR)) {
+        // A stop without an event waits for our word on its signal. Stops with one are the one
+        // asked for or a group stop, to which the kernel returns by itself.
+        bool event = info.si_status >> 8 != 0;
+        thread->signal = event ? 0 : info.si_status;
+    } else if (info.si_pid != 0) {
         thread->state = State::kGone;
+        waitpid(thread->tid, nullptr, __WALL | WNOHANG);
     }
 }
 
 void TracedThreads::release(TracedThread* thread) {
-    // Fails only for a thread killed meanwhile.
+    // Fails only for a thread killed meanwhile. As data ptrace takes the signal's number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     ptrace(PTRACE_DETACH, thread->tid, nullptr, reinterpret_cast<void*>(thread->signal));
     thread->state = State::kReleased;
 }

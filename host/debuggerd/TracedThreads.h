@@ -50,7 +50,7 @@ class TracedThreads {
 
   private:
     bool seizeNewThreads();
-    static void seize(TracedThread& thread);
+    static void seize(TracedThread* thread);
     bool collectStops();
     void collectStop(TracedThread* thread);
 
