@@ -49,7 +49,12 @@ class BinderLogParser {
 
   private:
     // By section pid. A section that occurs twice collects the lines of both.
-    std::map<int, std::vector<BinderTransaction>> processTransactions;
+    using Sections = std::map<int, std::vector<BinderTransaction>>;
+
+    // The section of pid, with an empty list if it is new; the end for what is no pid.
+    Sections::iterator enterSection(int pid, Sections::iterator previous);
+
+    Sections processTransactions;
 };
 
 }  // namespace android

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -16,16 +17,16 @@ constexpr size_t kInitialBufferSize = 64 * 1024;
 }  // namespace
 
 LineReader::LineReader(const std::string& path)
-    : mFile(TEMP_FAILURE_RETRY(open(path.c_str(), O_RDONLY | O_CLOEXEC))) {
+      : mFile(TEMP_FAILURE_RETRY(open(path.c_str(), O_RDONLY | O_CLOEXEC))) {
     if (isOpen()) {
-        mBuffer.resize(kInitialBufferSize);
+        grow();
     }
 }
 
 bool LineReader::next(std::string_view* line) {
     size_t searched = 0;
     for (;;) {
-        char* begin = mBuffer.data() + mBegin;
+        char* begin = mBuffer.get() + mBegin;
         size_t size = mEnd - mBegin;
         char* end = static_cast<char*>(memchr(begin + searched, '\n', size - searched));
         if (end != nullptr) {
@@ -39,30 +40,39 @@ bool LineReader::next(std::string_view* line) {
             continue;
         }
         mAtEnd = true;
-        *line = std::string_view(mBuffer.data() + mBegin, size);
-        mBuffer[mEnd] = '\0';
+        *line = std::string_view(mBuffer.get() + mBegin, mEnd - mBegin);
+        mBuffer.get()[mEnd] = '\0';
         mBegin = mEnd;
-        return size > 0;
+        return !line->empty();
     }
 }
 
 // Moves the unfinished line to the front and reads on behind it. One byte always stays free for the
 // NUL behind a last line without a line end.
 bool LineReader::fill() {
-    size_t size = mEnd - mBegin;
-    memmove(mBuffer.data(), mBuffer.data() + mBegin, size);
+    mEnd -= mBegin;
+    memmove(mBuffer.get(), mBuffer.get() + mBegin, mEnd);
     mBegin = 0;
-    mEnd = size;
-    if (mEnd + 1 == mBuffer.size()) {
-        mBuffer.resize(mBuffer.size() * 2);
+    if (mEnd + 1 == mCapacity) {
+        grow();
     }
-    ssize_t count = TEMP_FAILURE_RETRY(
-            read(mFile.get(), mBuffer.data() + mEnd, mBuffer.size() - 1 - mEnd));
+    ssize_t count =
+            TEMP_FAILURE_RETRY(read(mFile.get(), mBuffer.get() + mEnd, mCapacity - 1 - mEnd));
     if (count <= 0) {
         return false;
     }
     mEnd += count;
     return true;
+}
+
+// For a line of megabytes this moves pages, not bytes, and touches none that aren't read into.
+void LineReader::grow() {
+    mCapacity = std::max(kInitialBufferSize, mCapacity * 2);
+    char* grown = static_cast<char*>(realloc(mBuffer.release(), mCapacity));
+    if (grown == nullptr) {
+        abort();  // as for any other memory
+    }
+    mBuffer.reset(grown);
 }
 
 }  // namespace android

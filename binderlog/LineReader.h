@@ -3,9 +3,10 @@
 
 #include <android-base/unique_fd.h>
 
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace android {
 
@@ -21,10 +22,16 @@ class LineReader {
     bool next(std::string_view* line);
 
   private:
+    struct Free {
+        void operator()(char* memory) const { free(memory); }
+    };
+
     bool fill();
+    void grow();
 
     base::unique_fd mFile;
-    std::vector<char> mBuffer;
+    std::unique_ptr<char, Free> mBuffer;
+    size_t mCapacity = 0;
     size_t mBegin = 0;    // first byte not handed out yet
     size_t mEnd = 0;      // end of what was read
     bool mAtEnd = false;  // nothing more will come from the file

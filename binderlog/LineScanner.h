@@ -2,6 +2,7 @@
 #define STALLSCOPE_BINDERLOG_LINESCANNER_H
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace android {
@@ -25,15 +26,17 @@ constexpr bool isDigitOrPoint(char c) {
 // the piece behind it can't begin with what it took, which holds wherever these are used.
 class Cursor {
   public:
-    Cursor(std::string_view line, size_t position) : mLine(line), mPosition(position) {}
+    Cursor(std::string_view line, size_t position)
+          : mBegin(line.data()), mAt(mBegin + position), mEnd(mBegin + line.size()) {}
 
-    size_t position() const { return mPosition; }
+    size_t position() const { return mAt - mBegin; }
 
     bool literal(std::string_view text) {
-        if (mLine.compare(mPosition, text.size(), text) != 0) {
+        if (static_cast<size_t>(mEnd - mAt) < text.size() ||
+            memcmp(mAt, text.data(), text.size()) != 0) {
             return false;
         }
-        mPosition += text.size();
+        mAt += text.size();
         return true;
     }
     // \s+
@@ -55,25 +58,25 @@ class Cursor {
     }
 
   private:
-    // How many characters of the class it moved over.
+    // Moves over all characters of the class that follow; returns how many.
     template <bool (*isMember)(char)>
     size_t run() {
-        size_t begin = mPosition;
-        while (mPosition < mLine.size() && isMember(mLine[mPosition])) {
-            ++mPosition;
+        const char* begin = mAt;
+        while (mAt != mEnd && isMember(*mAt)) {
+            ++mAt;
         }
-        return mPosition - begin;
+        return mAt - begin;
     }
     template <bool (*isMember)(char)>
     bool capture(std::string_view* group) {
-        size_t begin = mPosition;
-        bool matched = run<isMember>() > 0;
-        *group = mLine.substr(begin, mPosition - begin);
-        return matched;
+        const char* begin = mAt;
+        *group = std::string_view(begin, run<isMember>());
+        return !group->empty();
     }
 
-    std::string_view mLine;
-    size_t mPosition;
+    const char* mBegin;
+    const char* mAt;
+    const char* mEnd;
 };
 
 // Tries `match` with a cursor behind each occurrence of `keyword` in [begin, end), in order, until

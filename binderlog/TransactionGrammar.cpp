@@ -60,40 +60,34 @@ void fillPairs(const TransactionTexts& texts, BinderTransaction* transaction) {
 //   outgoing transaction 71: 0000000076280f16 from 155:155 to 143:159 code 5f4e5446 flags 10
 //       pri 0 r1 elapsed 2898ms
 // (one line). The address between the colon and "from" is no hindrance, "code 5f..." is read as 5.
-BinderTransaction readNewFormatLine(std::string_view line, const std::string& type) {
+void readNewFormatLine(std::string_view line, BinderTransaction* transaction) {
     LOG_LINE(ANDROID_LOG_DEBUG, kNewGrammar, "parseTransactionAbove6_1: %s", line.data());
-    BinderTransaction transaction;
-    transaction.type = type;
     TransactionTexts texts;
     if (findNewStrict(line, &texts)) {
-        fillPairs(texts, &transaction);
-        transaction.code = toInt(texts.code);
-        transaction.elapsed = toSeconds(texts.elapsed);
+        fillPairs(texts, transaction);
+        transaction->code = toInt(texts.code);
+        transaction->elapsed = toSeconds(texts.elapsed);
     } else if (findNewLoose(line, &texts)) {
-        fillPairs(texts, &transaction);
-        transaction.code = toWordCode(texts.code);
-        transaction.elapsed = toSeconds(texts.elapsed);
+        fillPairs(texts, transaction);
+        transaction->code = toWordCode(texts.code);
+        transaction->elapsed = toSeconds(texts.elapsed);
     }
     LOG_LINE(ANDROID_LOG_DEBUG, kNewGrammar, "parseTransactionAbove6_1: %s",
-             transaction.toString().c_str());
-    return transaction;
+             transaction->toString().c_str());
 }
 
 // A vendor kernel before 6.1:
 //   ZEVO    outgoing transaction: from 1200:1213 to 1400:1422 code: 3 flags: 10 duration: 1.250 s
-BinderTransaction readOldFormatLine(std::string_view line, const std::string& type) {
+void readOldFormatLine(std::string_view line, BinderTransaction* transaction) {
     LOG_LINE(ANDROID_LOG_DEBUG, kOldGrammar, "parseTransactionBelow6_1: %s", line.data());
-    BinderTransaction transaction;
-    transaction.type = type;
     TransactionTexts texts;
     if (findOldMarked(line, &texts) || findOldPlain(line, &texts)) {
-        fillPairs(texts, &transaction);
-        transaction.code = toInt(texts.code);
-        transaction.elapsed = BinderLogParser::extractDuration(std::string(texts.elapsed));
+        fillPairs(texts, transaction);
+        transaction->code = toInt(texts.code);
+        transaction->elapsed = BinderLogParser::extractDuration(std::string(texts.elapsed));
     }
     LOG_LINE(ANDROID_LOG_DEBUG, kOldGrammar, "parseTransactionBelow6_1: %s",
-             transaction.toString().c_str());
-    return transaction;
+             transaction->toString().c_str());
 }
 
 //   proc 1200

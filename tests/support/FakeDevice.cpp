@@ -1,30 +1,22 @@
 #include "tests/support/FakeDevice.h"
 
-#include <algorithm>
+#include <android-base/stringprintf.h>
+
 #include <fstream>
 #include <sstream>
 
-#include "tests/support/LogCapture.h"
 #include "tests/support/PlatformFakes.h"
 
 namespace android::test {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-void emptyFolder(const fs::path& folder) {
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        fs::remove_all(entry.path());
-    }
-}
-
-}  // namespace
-
 FakeDevice::FakeDevice() {
     char folder[] = "/tmp/stallscope-test-XXXXXX";
     mFolder = mkdtemp(folder);
-    emptyFolder("/proc");
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
+        fs::remove_all(entry.path());
+    }
     fs::remove_all(kBinderLogPath);
     takeLog();
     takeCaptures();
@@ -36,28 +28,14 @@ FakeDevice::~FakeDevice() {
     fs::remove_all(mFolder);
 }
 
-void FakeDevice::addProcess(int pid, const std::string& cmdline, const std::string& comm,
-                            const std::string& adj) {
-    std::string folder = std::to_string(pid);
-    addProcFile(folder + "/cmdline", cmdline);
-    addProcFile(folder + "/comm", comm);
-    addProcFile(folder + "/oom_score_adj", adj);
+void FakeDevice::write(const std::string& name, const std::string& content) const {
+    fs::create_directories(fs::path(path(name)).parent_path());
+    std::ofstream(path(name), std::ios::binary) << content;
 }
 
-void FakeDevice::addProcFile(const std::string& path, const std::string& content) {
-    fs::path file = fs::path("/proc") / path;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << content;
-}
-
-void FakeDevice::addProcLink(const std::string& path, const std::string& target) {
-    fs::path link = fs::path("/proc") / path;
-    fs::create_directories(link.parent_path());
-    fs::create_symlink(target, link);
-}
-
-void FakeDevice::setBinderLog(const std::string& content) {
-    std::ofstream(kBinderLogPath, std::ios::binary) << content;
+void FakeDevice::link(const std::string& name, const std::string& target) const {
+    fs::create_directories(fs::path(path(name)).parent_path());
+    fs::create_symlink(target, path(name));
 }
 
 std::string FakeDevice::read(const std::string& name) const {
@@ -67,20 +45,16 @@ std::string FakeDevice::read(const std::string& name) const {
     return file.is_open() ? content.str() : "(no such file)";
 }
 
-void FakeDevice::write(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name), std::ios::binary) << content;
-}
-
-std::vector<std::string> FakeDevice::filesIn(const std::string& name) const {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(path(name))) {
-        names.push_back(entry.path().filename());
+void FakeDevice::addProcesses(std::initializer_list<int> pids, const std::string& adj) const {
+    for (int pid : pids) {
+        std::string text = std::to_string(pid);
+        write("/proc/" + text + "/cmdline", "p" + text);
+        write("/proc/" + text + "/comm", "t" + text + "\n");
+        write("/proc/" + text + "/oom_score_adj", adj);
     }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
-BinderLogParser FakeDevice::parse(const std::string& content) {
+BinderLogParser FakeDevice::parse(const std::string& content) const {
     write("binder-log", content);
     BinderLogParser parser;
     EXPECT_TRUE(parser.parse(path("binder-log")));
@@ -88,13 +62,24 @@ BinderLogParser FakeDevice::parse(const std::string& content) {
     return parser;
 }
 
-std::string outgoing(int fromPid, int fromTid, int toPid, int toTid, int milliseconds,
-                     const std::string& code) {
-    std::ostringstream line;
-    line << "    outgoing transaction 71: 0000000076280f16 from " << fromPid << ":" << fromTid
-         << " to " << toPid << ":" << toTid << " code " << code << " flags 10 pri 0 r1 elapsed "
-         << milliseconds << "ms\n";
-    return line.str();
+std::string Transaction::logged() const {
+    return base::StringPrintf(
+            "    %s transaction 71: 0000000076280f16 from %d:%d to %d:%d code 3 flags 10 pri 0 r1 "
+            "elapsed %dms\n",
+            type.c_str(), fromPid, fromTid, toPid, toTid, milliseconds);
+}
+
+std::string Transaction::reported() const {
+    auto named = [](const char* kind, int id) {
+        return std::to_string(id) + "(" + (id == 0 ? "unknown" : kind + std::to_string(id)) + ")";
+    };
+    return type + " transaction from " + named("p", fromPid) + ":" + named("t", fromTid) + " to " +
+           named("p", toPid) + ":" + named("t", toTid) +
+           " elapsed: " + std::to_string(milliseconds / 1000.0) + " s code: 3";
+}
+
+std::string outgoing(int fromPid, int fromTid, int toPid, int toTid, int milliseconds) {
+    return Transaction{"outgoing", fromPid, fromTid, toPid, toTid, milliseconds}.logged();
 }
 
 }  // namespace android::test

@@ -5,9 +5,9 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "binderlog/BinderLogParser.h"
+#include "tests/support/LogCapture.h"
 
 namespace android::test {
 
@@ -18,34 +18,35 @@ class FakeDevice : public testing::Test {
     FakeDevice();
     ~FakeDevice() override;
 
-    // A process with one thread; `adj` is the text of oom_score_adj.
-    void addProcess(int pid, const std::string& cmdline, const std::string& comm,
-                    const std::string& adj);
-    // Any file below /proc, with its folders.
-    void addProcFile(const std::string& path, const std::string& content);
-    void addProcLink(const std::string& path, const std::string& target);
-
-    // The kernel's binder log.
-    void setBinderLog(const std::string& content);
-
-    // A path in the test's own folder.
+    // A path in the test's own folder; an absolute one stays as it is.
     std::string path(const std::string& name) const { return mFolder / name; }
-    std::string read(const std::string& name) const;
+    // Writes a file and makes its folders.
     void write(const std::string& name, const std::string& content) const;
-    std::vector<std::string> filesIn(const std::string& name) const;
+    void link(const std::string& name, const std::string& target) const;
+    std::string read(const std::string& name) const;
 
-    // The log as a parser; the test fails when it can't be parsed.
-    BinderLogParser parse(const std::string& content);
+    // Process 41 is "p41" with a thread "t41"; `adj` is the text of oom_score_adj.
+    void addProcesses(std::initializer_list<int> pids, const std::string& adj) const;
+
+    // The binder log as a parser; the test fails when it can't be parsed.
+    BinderLogParser parse(const std::string& content) const;
 
   private:
     std::filesystem::path mFolder;
 };
 
-// An outgoing line of the new format.
-std::string outgoing(int fromPid, int fromTid, int toPid, int toTid, int milliseconds,
-                     const std::string& code = "3");
+// A transaction of the binder log: its line in the new format, and the line of the reports when
+// each process and thread but 0 was added as above.
+struct Transaction {
+    std::string type;
+    int fromPid, fromTid, toPid, toTid, milliseconds;
 
-using Texts = std::vector<std::string>;
+    std::string logged() const;
+    std::string reported() const;
+};
+
+// The log line of an outgoing transaction.
+std::string outgoing(int fromPid, int fromTid, int toPid, int toTid, int milliseconds);
 
 }  // namespace android::test
 

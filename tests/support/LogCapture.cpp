@@ -1,11 +1,11 @@
 #include "tests/support/LogCapture.h"
 
+#include <android-base/stringprintf.h>
+#include <android/log.h>
+
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
 #include <mutex>
-#include <ostream>
 #include <utility>
 
 namespace android::test {
@@ -14,74 +14,51 @@ namespace {
 
 std::mutex sLock;
 
-std::vector<LogEntry>& entries() {
-    static std::vector<LogEntry> all;  // the first lines come during static initialisation
-    return all;
+Texts& log() {
+    static Texts lines;  // the first lines come during static initialisation
+    return lines;
 }
 
-std::string format(const char* form, va_list arguments) {
-    char* text = nullptr;
-    int size = vasprintf(&text, form, arguments);
-    std::string result(text, size);
-    free(text);
-    return result;
+// "main:17: message" becomes "main: message"; a line without the prefix is marked.
+std::string withoutSourceLine(const std::string& text) {
+    size_t begin = text.find(":") + 1;
+    size_t end = text.find_first_not_of("0123456789", begin);
+    bool hasPrefix =
+            begin > 1 && end > begin && end != std::string::npos && text.compare(end, 2, ": ") == 0;
+    return hasPrefix ? text.substr(0, begin - 1) + text.substr(end) : "NO PREFIX: " + text;
 }
 
-// "main:17: message" becomes "main:LINE: message"; a line without the prefix is marked.
-std::string maskLine(const std::string& text) {
-    size_t colon = text.find(':');
-    size_t end = text.find(": ", colon + 1);
-    if (colon == std::string::npos || end == std::string::npos ||
-        text.find_first_not_of("0123456789", colon + 1) != end) {
-        return "NO PREFIX: " + text;
-    }
-    return text.substr(0, colon) + ":LINE" + text.substr(end);
-}
-
-void add(LogEntry entry) {
+void add(int buffer, int priority, const char* tag, const char* form, va_list arguments) {
+    std::string text;
+    base::StringAppendV(&text, form, arguments);
+    bool isOrdinary = buffer == LOG_ID_MAIN && tag == nullptr;
+    std::string origin = std::to_string(buffer) + "/" + (tag == nullptr ? "" : tag) + ": ";
+    text = isOrdinary ? withoutSourceLine(text) : origin + text;
     std::lock_guard<std::mutex> guard(sLock);
-    entries().push_back(std::move(entry));
-}
-
-LogEntry line(int priority, const std::string& function, const std::string& message) {
-    return {kMainLog, priority, "(null)", function + ":LINE: " + message};
+    log().push_back(std::string(1, "??VDIWEF"[priority]) + " " + text);
 }
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const LogEntry& entry) {
-    return out << "{buffer " << entry.buffer << ", priority " << entry.priority << ", tag "
-               << entry.tag << ", \"" << entry.text << "\"}";
-}
-
-LogEntry debug(const std::string& function, const std::string& message) {
-    return line(ANDROID_LOG_DEBUG, function, message);
-}
-
-LogEntry info(const std::string& function, const std::string& message) {
-    return line(ANDROID_LOG_INFO, function, message);
-}
-
-LogEntry error(const std::string& function, const std::string& message) {
-    return line(ANDROID_LOG_ERROR, function, message);
-}
-
-LogEntry system(const std::string& tag, const std::string& message) {
-    return {kSystemLog, ANDROID_LOG_WARN, tag, message};
-}
-
-std::vector<LogEntry> takeLog() {
+Texts takeLog(const std::string& priorities) {
     std::lock_guard<std::mutex> guard(sLock);
-    return std::exchange(entries(), {});
+    Texts lines = std::exchange(log(), {});
+    auto isDropped = [&](const std::string& line) {
+        return priorities.find(line[0]) == std::string::npos;
+    };
+    lines.erase(std::remove_if(lines.begin(), lines.end(), isDropped), lines.end());
+    return lines;
 }
 
-std::vector<LogEntry> takeLogWithoutDebug() {
-    std::vector<LogEntry> all = takeLog();
-    all.erase(
-            std::remove_if(all.begin(), all.end(),
-                           [](const LogEntry& each) { return each.priority == ANDROID_LOG_DEBUG; }),
-            all.end());
-    return all;
+Texts takeLogWithoutDebug() {
+    return takeLog("IWE");
+}
+
+Texts loggedBy(const std::string& function, Texts lines) {
+    for (std::string& line : lines) {
+        line.insert(1, " " + function + ":");
+    }
+    return lines;
 }
 
 }  // namespace android::test
@@ -90,10 +67,8 @@ std::vector<LogEntry> takeLogWithoutDebug() {
 extern "C" int __android_log_print(int priority, const char* tag, const char* form, ...) {
     va_list arguments;
     va_start(arguments, form);
-    std::string text = android::test::format(form, arguments);
+    android::test::add(LOG_ID_MAIN, priority, tag, form, arguments);
     va_end(arguments);
-    android::test::add({android::test::kMainLog, priority, tag == nullptr ? "(null)" : tag,
-                        android::test::maskLine(text)});
     return 1;
 }
 
@@ -101,8 +76,7 @@ extern "C" int __android_log_buf_print(int buffer, int priority, const char* tag
                                        ...) {
     va_list arguments;
     va_start(arguments, form);
-    std::string text = android::test::format(form, arguments);
+    android::test::add(buffer, priority, tag, form, arguments);
     va_end(arguments);
-    android::test::add({buffer, priority, tag == nullptr ? "(null)" : tag, text});
     return 1;
 }

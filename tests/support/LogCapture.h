@@ -1,46 +1,22 @@
 #ifndef STALLSCOPE_TESTS_LOGCAPTURE_H
 #define STALLSCOPE_TESTS_LOGCAPTURE_H
 
-#include <android/log.h>
-
 #include <string>
 #include <vector>
 
 namespace android::test {
 
-constexpr int kMainLog = 0;
-constexpr int kSystemLog = 3;
+using Texts = std::vector<std::string>;
 
-// One line as it was handed to the log library, which the test executable replaces.
-struct LogEntry {
-    int buffer = kMainLog;
-    int priority = 0;
-    std::string tag;  // "(null)" for the default tag
-    std::string text;
+// The lines handed to the log library, which the test executable replaces, since the last call and
+// by any thread; `priorities` drops the others. A line of the ordinary form shows as its priority,
+// function and message, "E parse: Can't open file: log"; one of another tag or log buffer as
+// "W 3/tag: text" (3 is the system log).
+Texts takeLog(const std::string& priorities = "DIWE");
+Texts takeLogWithoutDebug();
 
-    bool operator==(const LogEntry& other) const {
-        return buffer == other.buffer && priority == other.priority && tag == other.tag &&
-               text == other.text;
-    }
-};
-
-// For test failures to print.
-std::ostream& operator<<(std::ostream& out, const LogEntry& entry);
-
-// A line of the ordinary form with the default tag: "function:LINE: message". Source lines are
-// written as "LINE", so that tests need not know them.
-LogEntry debug(const std::string& function, const std::string& message);
-LogEntry info(const std::string& function, const std::string& message);
-LogEntry error(const std::string& function, const std::string& message);
-
-// A line in the system log under a client's tag.
-LogEntry system(const std::string& tag, const std::string& message);
-
-// What was logged since the last call, by any thread.
-std::vector<LogEntry> takeLog();
-
-// The same without the DEBUG lines.
-std::vector<LogEntry> takeLogWithoutDebug();
+// Such lines of one function: "E Can't open file: log" becomes the one above.
+Texts loggedBy(const std::string& function, Texts lines);
 
 }  // namespace android::test
 

@@ -1,7 +1,6 @@
 #include "tests/support/PlatformFakes.h"
 
 #include <sys/utsname.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -10,7 +9,6 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
-#include <ostream>
 #include <utility>
 
 namespace android::test {
@@ -18,34 +16,31 @@ namespace android::test {
 namespace {
 
 std::mutex sLock;
-std::vector<Capture> sCaptures;
+Texts sCaptures;
 CaptureScript sScript = writeCapture;
 
 constexpr int64_t kRunning = -1;
 std::atomic<int64_t> sStoppedClockNs = kRunning;
 
-int64_t realClockNs() {
+int64_t clockNs() {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+    int64_t stopped = sStoppedClockNs;
+    return stopped == kRunning ? now.tv_sec * 1'000'000'000LL + now.tv_nsec : stopped;
+}
+
+std::string nameCapture(int pid, DebuggerdDumpType type) {
+    return (type == kDebuggerdJavaBacktrace ? "java " : "native ") + std::to_string(pid);
 }
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const Capture& capture) {
-    return out << "{pid " << capture.pid << ", type " << capture.type << ", " << capture.timeoutSecs
-               << " s}";
-}
-
-int writeCapture(const Capture& capture, int fd) {
-    const char* kind = capture.type == kDebuggerdJavaBacktrace ? "java" : "native";
-    return dprintf(fd, "%s %d\n", kind, capture.pid) > 0 ? 0 : -1;
+int writeCapture(int pid, DebuggerdDumpType type, int fd) {
+    return dprintf(fd, "%s\n", nameCapture(pid, type).c_str()) > 0 ? 0 : -1;
 }
 
 void advanceClock(std::chrono::milliseconds step) {
-    int64_t running = kRunning;
-    sStoppedClockNs.compare_exchange_strong(running, realClockNs());
-    sStoppedClockNs += std::chrono::nanoseconds(step).count();
+    sStoppedClockNs = clockNs() + std::chrono::nanoseconds(step).count();
 }
 
 void letClockRun() {
@@ -57,7 +52,7 @@ void scriptCaptures(CaptureScript script) {
     sScript = std::move(script);
 }
 
-std::vector<Capture> takeCaptures() {
+Texts takeCaptures() {
     std::lock_guard<std::mutex> guard(sLock);
     return std::exchange(sCaptures, {});
 }
@@ -65,21 +60,16 @@ std::vector<Capture> takeCaptures() {
 }  // namespace android::test
 
 std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept {
-    int64_t stopped = android::test::sStoppedClockNs;
-    return time_point(nanoseconds(stopped == android::test::kRunning ? android::test::realClockNs()
-                                                                     : stopped));
+    return time_point(nanoseconds(android::test::clockNs()));
 }
 
 int dump_backtrace_to_file_timeout(pid_t tid, DebuggerdDumpType type, int timeoutSecs, int fd) {
     using namespace android::test;
-    Capture capture = {tid, type, timeoutSecs};
-    CaptureScript script;
-    {
-        std::lock_guard<std::mutex> guard(sLock);
-        sCaptures.push_back(capture);
-        script = sScript;
-    }
-    return script(capture, fd);
+    std::unique_lock<std::mutex> guard(sLock);
+    sCaptures.push_back(nameCapture(tid, type) + " for " + std::to_string(timeoutSecs) + " s");
+    CaptureScript script = sScript;
+    guard.unlock();
+    return script(tid, type, fd);
 }
 
 extern "C" int uname(utsname* name) noexcept {
@@ -89,15 +79,13 @@ extern "C" int uname(utsname* name) noexcept {
         return -1;
     }
     *name = {};
-    strncpy(name->release, release == nullptr ? "6.1.75-android14" : release,
-            sizeof(name->release) - 1);
+    strcpy(name->release, release == nullptr ? "6.1.75-android14" : release);
     return 0;
 }
 
 extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
     const char* set = getenv("STALLSCOPE_TEST_DEBUG");
     bool isKnown = strcmp(key, "persist.sys.stability.stallscope.debug.enable") == 0;
-    const char* text = isKnown && set != nullptr ? set : defaultValue;
-    strcpy(value, text);
+    strcpy(value, isKnown && set != nullptr ? set : defaultValue);
     return static_cast<int>(strlen(value));
 }

@@ -7,11 +7,11 @@
 
 // Prints what is fixed before main, and what was logged on the way.
 int main() {
-    printf("%s format, debug %s, %zu name\n", android::supportNewBinderLogFormat ? "new" : "old",
+    printf("%s format, debug %s, %s\n", android::supportNewBinderLogFormat ? "new" : "old",
            android::StallScopeLogger::isDebugEnabled() ? "on" : "off",
-           android::kShellJavaProcessNames.size());
-    for (const android::test::LogEntry& entry : android::test::takeLog()) {
-        printf("%d %s %s\n", entry.priority, entry.tag.c_str(), entry.text.c_str());
+           android::kShellJavaProcessNames.at(0).c_str());
+    for (const std::string& line : android::test::takeLog()) {
+        printf("%s\n", line.c_str());
     }
     return 0;
 }

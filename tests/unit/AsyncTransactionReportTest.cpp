@@ -1,120 +1,89 @@
 #include "diagnostics/AsyncTransactionReport.h"
 
 #include "tests/support/FakeDevice.h"
-#include "tests/support/LogCapture.h"
 
 namespace android::test {
 
 namespace {
 
-std::string pending(int fromPid, int fromTid, int toPid, int milliseconds) {
-    std::string line = outgoing(fromPid, fromTid, toPid, 0, milliseconds);
-    return line.replace(line.find("outgoing"), 8, "pending async");
+Transaction pending(int fromPid, int fromTid, int toPid, int milliseconds) {
+    return {"pending async", fromPid, fromTid, toPid, 0, milliseconds};
 }
 
-std::string reported(int fromTid, const std::string& thread, const std::string& elapsed) {
-    return "pending async transaction from 10(app):" + std::to_string(fromTid) + "(" + thread +
-           ") to 20(media):0(unknown) elapsed: " + elapsed + " s code: 3";
+std::string trace(const Transaction& call) {
+    return "D getAsyncBinderTransactions: Aync transaction line:  " + call.reported();
 }
 
 }  // namespace
 
 class AsyncReport : public FakeDevice {
   protected:
-    AsyncReport() {
-        addProcess(10, "app", "t10\n", "0");
-        addProcess(20, "media", "t20\n", "0");
-        addProcess(30, "hardware", "t30\n", "-1000");
-        addProcFile("11/comm", "t11\n");
-    }
+    AsyncReport() { addProcesses({10, 11, 20, 21, 30}, "0"); }
 
+    // Reports on calls from 10 that wait in 20, into empty lists.
     bool report(const std::string& log) {
-        BinderLogParser parser = parse(log);
+        BinderLogParser parser = parse("proc 20\n" + log);
+        lines = java = native = {};
         return getAsyncBinderTransactions(10, 20, parser, &lines, &java, &native);
     }
 
     Texts lines, java, native;
 };
 
-TEST_F(AsyncReport, ReportsTheSendersCallsAndFollowsTheReceiverOnce) {
-    EXPECT_TRUE(report("proc 20\n" + pending(10, 10, 20, 2500) + pending(10, 11, 20, 1) +
-                       outgoing(20, 20, 30, 30, 1)));
-    EXPECT_EQ(lines,
-              (Texts{reported(10, "t10", "2.500000"),
-                     "outgoing transaction from 20(media):20(t20) to 30(hardware):30(t30) elapsed: "
-                     "0.001000 s code: 3",
-                     reported(11, "t11", "0.001000")}));
-    EXPECT_EQ(java, Texts{"20"});
-    EXPECT_EQ(native, Texts{"30"});
+TEST_F(AsyncReport, ReportsTheSendersCallsFollowsTheReceiverOnceAndTracesEverything) {
+    Transaction calls[] = {pending(10, 10, 20, 2500), pending(11, 11, 20, 9000),
+                           pending(10, 11, 20, 1), pending(10, 10, 21, 1)};
+    Transaction next = {"outgoing", 20, 20, 30, 30, 1};
+    EXPECT_TRUE(report(next.logged() + calls[0].logged() + calls[1].logged() + calls[2].logged() +
+                       calls[3].logged()));
+    EXPECT_EQ(lines, (Texts{calls[0].reported(), next.reported(), calls[2].reported()}));
+    EXPECT_EQ(java, (Texts{"20", "30"}));
+    EXPECT_EQ(takeLog("D"),
+              (Texts{trace(calls[0]), "D addPidToList: 20 is Java process",
+                     "D getBinderTransactions: transaction line:  " + next.reported(),
+                     "D getBinderTransactions: adj is 0",
+                     "D getBinderTransactions: 30 is Java process", trace(calls[1]),
+                     trace(calls[2]), "D addPidToList: 20 is in list", trace(calls[3])}));
 }
 
-TEST_F(AsyncReport, TracesAlsoWhatItLeavesOut) {
-    EXPECT_FALSE(report("proc 20\n" + pending(11, 11, 20, 9000) + pending(10, 10, 21, 9000) +
-                        pending(10, 10, 20, 1)));
-    EXPECT_EQ(lines, Texts{reported(10, "t10", "0.001000")});
-    const std::string name = "getAsyncBinderTransactions";
-    std::vector<LogEntry> log = takeLog();
-    size_t traced = 0;
-    for (const LogEntry& entry : log) {
-        traced += entry.text.rfind(name + ":LINE: Aync transaction line:  pending async "
-                                          "transaction from 1",
-                                   0) == 0
-                          ? 1
-                          : 0;
-    }
-    EXPECT_EQ(traced, 3u);
-    // The receiver's class is said in the name of the step that lists it.
-    ASSERT_GE(log.size(), 2u);
-    EXPECT_EQ(log[log.size() - 1], debug("addPidToList", "20 is Java process"));
-}
-
-TEST_F(AsyncReport, ReturnsTheVerdictOfAnyMatchingCall) {
-    struct {
-        std::string log;
-        bool isBlocked;
-    } rows[] = {
-            {pending(10, 10, 20, 2000), false},
-            {pending(10, 10, 20, 2001), true},
-            {pending(10, 11, 20, 9000), false},
-            {pending(11, 11, 20, 9000), false},
-            {pending(10, 10, 21, 9000), false},
-            {pending(10, 10, 20, 1) + pending(10, 10, 20, 2001), true},
-            {pending(10, 10, 20, 2001) + pending(10, 10, 20, 1), true},
+TEST_F(AsyncReport, ReturnsTheVerdictOfAnyMatchingCallWhateverTheReceiver) {
+    const Transaction longCall = pending(10, 10, 20, 2001);
+    const std::pair<std::string, bool> rows[] = {
+            {pending(10, 10, 20, 2000).logged(), false},
+            {longCall.logged(), true},
+            {pending(10, 11, 20, 9000).logged(), false},
+            {pending(11, 11, 20, 9000).logged(), false},
+            {pending(10, 10, 21, 9000).logged(), false},
+            {pending(10, 10, 20, 1).logged() + longCall.logged(), true},
+            {longCall.logged() + pending(10, 10, 20, 1).logged(), true},
     };
-    // Whatever the receiver is.
     for (const char* adj : {"0", "-1000", "-950", "1001"}) {
-        addProcFile("20/oom_score_adj", adj);
-        for (const auto& row : rows) {
-            EXPECT_EQ(report("proc 20\n" + row.log), row.isBlocked) << adj << row.log;
+        write("/proc/20/oom_score_adj", adj);
+        for (const auto& [log, isBlocked] : rows) {
+            EXPECT_EQ(report(log), isBlocked) << adj << log;
         }
     }
 }
 
-TEST_F(AsyncReport, LeavesOutReceiversOfNoListedClass) {
-    for (const char* adj : {"-950", "-901", "1001"}) {
-        addProcFile("20/oom_score_adj", adj);
-        lines.clear();
-        report("proc 20\n" + pending(10, 10, 20, 1) + outgoing(20, 20, 30, 30, 1));
-        EXPECT_EQ(lines.size(), 1u);
-        EXPECT_EQ(takeLog().size(), 2u);  // the trace of the line, and comm of thread 0
+TEST_F(AsyncReport, ListsAndFollowsOnlyJavaAndNativeReceivers) {
+    const Transaction call = pending(10, 10, 20, 1);
+    const Transaction next = {"outgoing", 20, 20, 20, 20, 1};
+    for (const char* adj : {"-1000", "-950", "1001"}) {
+        write("/proc/20/oom_score_adj", adj);
+        report(call.logged() + call.logged() + next.logged());
+        bool isNative = adj == std::string("-1000");
+        EXPECT_EQ(java, Texts{});
+        EXPECT_EQ(native, isNative ? Texts{"20"} : Texts{});
+        Texts rest = {trace(call)};
+        if (isNative) {
+            rest = {"D addPidToList: 20 is Native process",
+                    "D getBinderTransactions: transaction line:  " + next.reported(),
+                    "D getBinderTransactions: 20 is in list", trace(call),
+                    "D addPidToList: 20 is in list"};
+        }
+        Texts log = takeLog("D");
+        EXPECT_EQ(Texts(log.begin() + 1, log.end()), rest) << adj;
     }
-    EXPECT_EQ(java, Texts{});
-    EXPECT_EQ(native, Texts{});
-}
-
-TEST_F(AsyncReport, FindsTheReceiverInEitherList) {
-    native = {"20"};
-    report("proc 20\n" + pending(10, 10, 20, 1));
-    EXPECT_EQ(takeLog().back(), debug("addPidToList", "20 is in list"));
-    EXPECT_EQ(java, Texts{});
-}
-
-TEST_F(AsyncReport, HasNothingToSayOfAnIdleOrUnknownProcess) {
-    EXPECT_FALSE(report("proc 20\n" + outgoing(20, 20, 30, 30, 1)));
-    EXPECT_TRUE(takeLog().empty());
-    EXPECT_FALSE(report("proc 10\n"));
-    EXPECT_EQ(takeLog(), std::vector<LogEntry>{error("getAsyncBinderTransactions",
-                                                     "No transactions found for pid 20")});
 }
 
 }  // namespace android::test

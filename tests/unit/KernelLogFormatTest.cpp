@@ -1,6 +1,5 @@
 #include "binderlog/KernelLogFormat.h"
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cstdio>
@@ -9,100 +8,77 @@
 
 namespace android::test {
 
-namespace {
-
-constexpr char kNew[] =
-        "4 (null) operator():LINE: Kernel version %s >= 6.1, support new binder "
-        "log format\n";
-constexpr char kOld[] =
-        "4 (null) operator():LINE: Kernel version %s < 6.1, support old binder "
-        "log format\n";
-constexpr char kUnreadable[] = "6 (null) operator():LINE: Failed to parse kernel version: %s\n";
-
-// Both switches are fixed before main, so each row is a process of its own.
-std::string runProbe(const std::string& directory) {
-    FILE* probe = popen(("cd " + directory + " && " STARTUP_PROBE).c_str(), "r");
-    std::string output;
-    for (int c = fgetc(probe); c != EOF; c = fgetc(probe)) {
-        output += static_cast<char>(c);
-    }
-    int status = pclose(probe);
-    return status == 0 ? output : "status " + std::to_string(status);
-}
-
-std::string fill(std::string text, const std::string& release) {
-    return text.replace(text.find("%s"), 2, release);
-}
-
-}  // namespace
-
-// The other start-up check finds its file in this folder and then has nothing to say.
+// What is fixed before main, so each row is a process of its own.
 class Startup : public FakeDevice {
   protected:
-    Startup() {
-        unsetenv("STALLSCOPE_TEST_DEBUG");
-        std::filesystem::create_directory(path("proc"));
-        write("proc/version", "Linux version 6.1.75 (x)\n");
+    // One of the two start-up checks finds its file in this folder and then has nothing to say.
+    Startup() { write("proc/version", "Linux version 6.1.75 (x)\n"); }
+    ~Startup() override { unsetenv("STALLSCOPE_TEST_RELEASE"); }
+
+    std::string runProbe(const std::string& release, const std::string& debug = "0") {
+        setenv("STALLSCOPE_TEST_RELEASE", release.c_str(), 1);
+        std::string command = "cd " + path(folder) + " && ulimit -c 0 && STALLSCOPE_TEST_DEBUG='" +
+                              debug + "' exec " STARTUP_PROBE;
+        FILE* probe = popen(command.c_str(), "r");
+        std::string output;
+        for (int c = fgetc(probe); c != EOF; c = fgetc(probe)) {
+            output += static_cast<char>(c);
+        }
+        return pclose(probe) == 0 ? output : "failed";
     }
-    ~Startup() override {
-        unsetenv("STALLSCOPE_TEST_RELEASE");
-        unsetenv("STALLSCOPE_TEST_DEBUG");
-    }
+
+    std::string folder = ".";
+    const std::string switches = " format, debug off, com.android.commands.monkey\n";
+    const std::string supported =
+            "new" + switches +
+            "I operator(): Kernel version 6.1 >= 6.1, support new binder log format\n";
 };
 
 TEST_F(Startup, ChoosesTheFormatByTheKernelRelease) {
-    struct {
-        const char* release;
-        const char* format;
-        const char* said;
-    } rows[] = {
-            {"6.1.75-android14", "new", kNew}, {"6.1", "new", kNew},
-            {"6.10.2", "new", kNew},           {"7.0", "new", kNew},
-            {"10.0.1", "new", kNew},           {"6.0.9", "old", kOld},
-            {"5.15.123", "old", kOld},         {"4.19", "old", kOld},
-            {"6", "old", kUnreadable},         {"", "old", kUnreadable},
-            {"x6.1", "old", kUnreadable},      {"6.x", "old", kUnreadable},
-    };
-    for (const auto& row : rows) {
-        setenv("STALLSCOPE_TEST_RELEASE", row.release, 1);
-        EXPECT_EQ(runProbe(path("")), std::string(row.format) + " format, debug off, 1 name\n" +
-                                              fill(row.said, row.release));
+    const std::tuple<std::string, std::string, const char*, Texts> rows[] = {
+            {"new",
+             "I operator(): Kernel version ",
+             " >= 6.1, support new binder log format\n",
+             {"6.1.75-android14", "6.1", "6.10.2", "7.0", "10.0.1"}},
+            {"old",
+             "I operator(): Kernel version ",
+             " < 6.1, support old binder log format\n",
+             {"6.0.9", "5.15.123", "4.19"}},
+            {"old",
+             "E operator(): Failed to parse kernel version: ",
+             "\n",
+             {"6", "", "x6.1", "6.x"}}};
+    for (const auto& [format, before, after, releases] : rows) {
+        for (const std::string& release : releases) {
+            EXPECT_EQ(runProbe(release), format + switches + before + release + after);
+        }
     }
-    setenv("STALLSCOPE_TEST_RELEASE", "(fail)", 1);
-    EXPECT_EQ(runProbe(path("")),
-              "old format, debug off, 1 name\n"
-              "6 (null) operator():LINE: Failed to call uname: Bad address\n");
+    EXPECT_EQ(runProbe("(fail)"),
+              "old" + switches + "E operator(): Failed to call uname: Bad address\n");
 }
 
 TEST_F(Startup, ReadsTheDebugSwitch) {
-    const std::pair<const char*, const char*> rows[] = {
-            {"1", "on"},  {"true", "on"},   {"TRUE", "on"},   {"True", "on"}, {"0", "off"},
-            {"", "off"},  {"11", "off"},    {" true", "off"}, {"yes", "off"}, {"on", "off"},
-            {"2", "off"}, {"true ", "off"}, {"false", "off"}};
-    setenv("STALLSCOPE_TEST_RELEASE", "6.1", 1);
-    for (const auto& [value, state] : rows) {
-        setenv("STALLSCOPE_TEST_DEBUG", value, 1);
-        EXPECT_EQ(runProbe(path("")),
-                  "new format, debug " + std::string(state) + ", 1 name\n" + fill(kNew, "6.1"))
-                << value;
+    for (const char* value : {"1", "true", "TRUE", "True"}) {
+        EXPECT_NE(runProbe("6.1", value).find("debug on"), std::string::npos) << value;
+    }
+    for (const char* value : {"0", "", "11", " true", "yes", "on", "2", "true ", "false"}) {
+        EXPECT_EQ(runProbe("6.1", value), supported) << value;
     }
 }
 
 TEST_F(Startup, LooksForTheKernelVersionBelowTheWorkingDirectory) {
-    setenv("STALLSCOPE_TEST_RELEASE", "6.1", 1);
-    std::string start = "new format, debug off, 1 name\n";
-    std::string kernel = fill(kNew, "6.1");
-    std::string missing = "6 (null) operator():LINE: Can't open file: proc/version\n";
-    std::filesystem::create_directory(path("empty"));
-    std::string output = runProbe(path("empty"));
-    // The two checks run in any order.
-    EXPECT_TRUE(output == start + kernel + missing || output == start + missing + kernel) << output;
+    std::string tooLong = "Linux version " + std::string(400, '9') + ".1 (x)\n";
+    write("proc/version", "A Linux version 5.1 (x)\n\nx" + tooLong);
+    EXPECT_EQ(runProbe("6.1"), supported);
     // A version number out of range ends the process, like every number that does not fit.
-    write("proc/version", "Linux version " + std::string(400, '9') + ".1 (x)\n");
-    EXPECT_EQ(runProbe(path("") + " && ulimit -c 0").substr(0, 7), "status ");
-    write("proc/version",
-          "A Linux version 5.1 (x)\n\nxLinux version " + std::string(400, '9') + ".1 (x)\n");
-    EXPECT_EQ(runProbe(path("")), start + kernel);
+    write("proc/version", tooLong);
+    EXPECT_EQ(runProbe("6.1"), "failed");
+    folder = "proc";
+    std::string output = runProbe("6.1");
+    std::string missing = "E operator(): Can't open file: proc/version\n";
+    // The two checks run in any order.
+    ASSERT_NE(output.find(missing), std::string::npos) << output;
+    EXPECT_EQ(output.erase(output.find(missing), missing.size()), supported);
 }
 
 }  // namespace android::test

@@ -1,218 +1,190 @@
 #include "diagnostics/TraceDumpJob.h"
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "diagnostics/OutputPruning.h"
 #include "diagnostics/String16Conversion.h"
 #include "diagnostics/TraceDumpWorker.h"
 #include "tests/support/FakeDevice.h"
-#include "tests/support/LogCapture.h"
 #include "tests/support/PlatformFakes.h"
 
 namespace android::test {
 
-namespace {
-
 namespace fs = std::filesystem;
 
-constexpr DebuggerdDumpType kJava = kDebuggerdJavaBacktrace;
-constexpr DebuggerdDumpType kNative = kDebuggerdNativeBacktrace;
-const std::string kJob = "dumpTraceAndBinderInfo";
-
-bool hasLine(const std::vector<LogEntry>& log, int priority, const std::string& message) {
-    return std::any_of(log.begin(), log.end(), [&](const LogEntry& entry) {
-        size_t end = entry.text.find(":LINE: ");
-        return entry.priority == priority && end != std::string::npos &&
-               entry.text.substr(end + 7) == message;
-    });
-}
-
-}  // namespace
+using testing::Contains;
 
 class TraceDump : public FakeDevice {
   protected:
     TraceDump() {
-        addProcess(10, "app", "app\n", "0");
-        addProcess(20, "media", "media\n", "-1000");
-        addProcess(30, "java", "java\n", "0");
+        addProcesses({10, 30}, "0");
+        addProcesses({20}, "-1000");
         fs::create_directory(path("out"));
         task.file = path("out/trace");
-        takeLog();
     }
 
-    // Runs a job to the end of its worker, which says so by pruning.
-    void runJob(int pid, bool withBinderInfo, const std::vector<String16>& names) {
-        for (int i = 0; i < 6; ++i) {
-            write("out/old" + std::to_string(i), "");
-            fs::last_write_time(path("out/old" + std::to_string(i)),
-                                fs::file_time_type::clock::now() - std::chrono::hours(9 - i));
+    // A file that was written before those with a smaller number.
+    void addOldFile(int age) {
+        std::string file = path("out/old" + std::to_string(age));
+        write(file, "");
+        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(age));
+    }
+
+    Texts outputFiles() const {
+        Texts names;
+        for (const fs::directory_entry& entry : fs::directory_iterator(path("out"))) {
+            names.push_back(entry.path().filename());
         }
-        dumpTraceAndBinderInfo(pid, withBinderInfo, names, String16(task.file.c_str()));
-        for (int i = 0; i < 500 && fs::exists(path("out/old1")); ++i) {
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    // Runs a job on pid 10 to the end of its worker, which says so by pruning.
+    void runJob(bool withBinderInfo, const std::vector<String16>& names) {
+        for (int age = 1; age <= 6; ++age) {
+            addOldFile(age);
+        }
+        dumpTraceAndBinderInfo(10, withBinderInfo, names, String16(task.file.c_str()));
+        for (int i = 0; i < 500 && fs::exists(path("out/old5")); ++i) {
             usleep(10'000);
         }
         usleep(10'000);
     }
 
     TraceDumpTask task;
+    const std::string function = "dumpTraceAndBinderInfo: ";
 };
 
 TEST_F(TraceDump, WritesTheReportThenThePeersThenTheNamedProcesses) {
-    setBinderLog("proc 10\n" + outgoing(10, 10, 20, 20, 3000) + outgoing(10, 10, 30, 30, 1));
-    runJob(10, true, {String16("app"), String16("media")});
-    EXPECT_EQ(
-            read("out/trace"),
-            "Binder Info:\n"
-            "outgoing transaction from 10(app):10(app) to 20(media):20(media) elapsed: 3.000000 s "
-            "code: 3\n"
-            "outgoing transaction from 10(app):10(app) to 30(java):30(java) elapsed: 0.001000 s "
-            "code: 3\n"
-            "java 30\n"
-            "native 20\n"
-            "java 10\n");
-    EXPECT_EQ(takeCaptures(),
-              (std::vector<Capture>{{30, kJava, 1}, {20, kNative, 1}, {10, kJava, 1}}));
-    std::vector<LogEntry> log = takeLog();
-    EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Directory exists: " + path("out")));
-    EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Pid 20 already dumped"));
-    EXPECT_TRUE(hasLine(log, ANDROID_LOG_INFO, "Dumping trace for 'app' (PID: 10)"));
-    EXPECT_EQ(filesIn("out"), (Texts{"old2", "old3", "old4", "old5", "trace"}));
+    Transaction calls[] = {{"outgoing", 10, 10, 20, 20, 3000}, {"outgoing", 10, 10, 30, 30, 1}};
+    write(kBinderLogPath, "proc 10\n" + calls[0].logged() + calls[1].logged());
+    runJob(true, {String16("p10"), String16("p20")});
+    EXPECT_EQ(read("out/trace"), "Binder Info:\n" + calls[0].reported() + "\n" +
+                                         calls[1].reported() + "\njava 30\nnative 20\njava 10\n");
+    EXPECT_EQ(takeCaptures(), (Texts{"java 30 for 1 s", "native 20 for 1 s", "java 10 for 1 s"}));
+    EXPECT_EQ(outputFiles(), (Texts{"old1", "old2", "old3", "old4", "trace"}));
+    Texts log = takeLog();
+    EXPECT_THAT(log, Contains("D " + function + "Directory exists: " + path("out")));
+    EXPECT_THAT(log, Contains("I " + function + "Dumping trace for 'p10' (PID: 10)"));
 }
 
 TEST_F(TraceDump, SaysWhenThereIsNoReport) {
     // No binder log, a log without the process, a process without calls.
-    for (const char* log : {"", "proc 11\n", "proc 10\n"}) {
-        if (*log) {
-            setBinderLog(log);
+    for (const char* log : {"proc 11\n", "proc 10\n", ""}) {
+        write(kBinderLogPath, log);
+        if (!*log) {
+            fs::remove(kBinderLogPath);
         }
         fs::remove(task.file);
-        takeLog();
-        runJob(10, true, {});
+        runJob(true, {});
         EXPECT_EQ(read("out/trace"), "Binder Info:\nNo binder info found\n");
-        EXPECT_EQ(hasLine(takeLog(), ANDROID_LOG_ERROR, "Parser file failed"), false);
     }
-    EXPECT_EQ(takeCaptures(), std::vector<Capture>{});
-}
-
-TEST_F(TraceDump, LeavesTheBinderLogAloneWithoutBinderInfo) {
-    setBinderLog("proc 10\n" + outgoing(10, 10, 20, 20, 3000));
-    write("out/trace", "kept\n");
-    runJob(10, false, {String16("java")});
-    EXPECT_EQ(read("out/trace"), "kept\njava 30\n");
-    EXPECT_FALSE(hasLine(takeLog(), ANDROID_LOG_DEBUG, "Start dumping trace for java processes"));
+    write(kBinderLogPath, "proc 10\n" + outgoing(10, 10, 20, 20, 3000));
+    runJob(false, {String16("p30")});
+    EXPECT_EQ(read("out/trace"), "Binder Info:\nNo binder info found\njava 30\n");
 }
 
 TEST_F(TraceDump, CreatesTheDirectoryOrSaysWhyNot) {
-    task.file = path("out/a/b/trace");
-    runJob(10, true, {});
-    EXPECT_TRUE(hasLine(takeLog(), ANDROID_LOG_INFO, "Created directory: " + path("out/a/b")));
+    dumpTraceAndBinderInfo(10, true, {}, String16(path("out/a/b/trace").c_str()));
+    EXPECT_THAT(takeLog(), Contains("I " + function + "Created directory: " + path("out/a/b")));
     EXPECT_EQ(read("out/a/b/trace"), "Binder Info:\nNo binder info found\n");
-
     write("file", "");
-    struct {
-        std::string file;
-        std::string said;
-    } rows[] = {
-            {path("file/sub/trace"),
-             "Failed to create directory: " + path("file/sub") + " [error: Not a directory]"},
-            {"relative", "Failed to create directory:  [error: Invalid argument]"},
-            {"", "Failed to create directory:  [error: Invalid argument]"},
-            {path("file/trace"), "Failed to open file: " + path("file/trace")},
-            {path("out"), "Failed to open file: " + path("out")},
-    };
-    for (const auto& row : rows) {
-        takeLog();
-        dumpTraceAndBinderInfo(10, true, {}, String16(row.file.c_str()));
-        std::vector<LogEntry> log = takeLogWithoutDebug();
-        ASSERT_FALSE(log.empty()) << row.file;
-        EXPECT_EQ(log.back(), error(kJob, row.said));
+    const std::string noDirectory = "E " + function + "Failed to create directory: ";
+    const std::string noFile = "E " + function + "Failed to open file: ";
+    const std::pair<std::string, std::string> rows[] = {
+            {path("file/sub/trace"), noDirectory + path("file/sub") + " [error: Not a directory]"},
+            {"relative", noDirectory + " [error: Invalid argument]"},
+            {"", noDirectory + " [error: Invalid argument]"},
+            {path("file/trace"), noFile + path("file/trace")},
+            {path("out"), noFile + path("out")}};
+    for (const auto& [file, said] : rows) {
+        dumpTraceAndBinderInfo(10, true, {String16("p10")}, String16(file.c_str()));
+        EXPECT_EQ(takeLog().back(), said);
     }
     usleep(50'000);
-    EXPECT_EQ(takeCaptures(), std::vector<Capture>{});
+    EXPECT_EQ(takeCaptures(), Texts{});
 }
 
 TEST_F(TraceDump, CapturesEachPidOnceAsTheFirstThatItIsListedAs) {
     std::string self = std::to_string(getpid());
-    task.javaPids = {"30", "30", self};
-    task.nativePids = {"20", "30", self, "20"};
     task.withBinderInfo = true;
+    task.javaPids = {"30", "30", self};
+    task.nativePids = {"20", "30", self, "20", "10"};
+    task.names = {"p20"};
     runTraceDump(task);
-    EXPECT_EQ(takeCaptures(),
-              (std::vector<Capture>{{30, kJava, 1}, {getpid(), kJava, 1}, {20, kNative, 1}}));
-    std::vector<LogEntry> log = takeLog();
-    EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, self + " == getpid()"));
-    EXPECT_TRUE(hasLine(log, ANDROID_LOG_DEBUG, "Dumping backtrace for PID: 30"));
-    EXPECT_FALSE(hasLine(log, ANDROID_LOG_DEBUG, "Processes list is not empty"));
+    EXPECT_EQ(takeCaptures(), (Texts{"java 30 for 1 s", "java " + self + " for 1 s",
+                                     "native 20 for 1 s", "native 10 for 1 s"}));
+    Texts log = takeLog();
+    ASSERT_EQ(log.size(), 12u);
+    std::sort(log.end() - 3, log.end());
+    Texts expected = {"Start dumping trace for java processes",
+                      "Dumping backtrace for PID: 30",
+                      "Dumping backtrace for PID: " + self,
+                      "Start dumping trace for native processes",
+                      "Dumping backtrace for PID: 20",
+                      self + " == getpid()",
+                      "Dumping backtrace for PID: 10",
+                      "Start dumping trace for processes",
+                      "Processes list is not empty",
+                      "Pid 10 already dumped",
+                      "Pid 20 already dumped",
+                      "Pid 30 already dumped"};
+    for (size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(log[i], "D " + function + expected[i]);
+    }
 }
 
 TEST_F(TraceDump, MatchesNamesByTheWholeJoinedCommandLine) {
-    addProcFile("50/cmdline", std::string("sh\0-c\0x\0", 8));
-    addProcFile("51/cmdline", std::string("app\0", 4));
-    addProcFile("52/cmdline", "app\nmore");
-    addProcFile("53/cmdline", "");
-    addProcFile("54/cmdline", "\nx");
-    addProcFile("x55/cmdline", "app");
-    addProcFile("56x/cmdline", "twin");
-    addProcFile("57", "a file");
-    for (const char* pid : {"50", "51", "52", "53", "54", "55", "56"}) {
-        addProcFile(std::string(pid) + "/oom_score_adj", "-1000");
-    }
-    struct {
-        Texts names;
-        std::vector<int> pids;
-    } rows[] = {
-            {{"app"}, {10, 51, 52}}, {{"sh"}, {}}, {{"sh-cx"}, {50}}, {{"sh-cx", "sh-cx"}, {50}},
-            {{"ap", "apps"}, {}},    {{""}, {54}}, {{"twin"}, {56}},
+    write("/proc/50/cmdline", std::string("sh\0-c\0x\0", 8));
+    write("/proc/51/cmdline", std::string("p10\0", 4));
+    write("/proc/52/cmdline", "p10\nmore");
+    write("/proc/53/cmdline", "");
+    write("/proc/54/cmdline", "\nx");
+    write("/proc/x55/cmdline", "p10");
+    write("/proc/56x/cmdline", "twin");
+    write("/proc/57", "a file");
+    const std::pair<Texts, Texts> rows[] = {
+            {{"p10"}, {"java 10 for 1 s", "native 51 for 1 s", "native 52 for 1 s"}},
+            {{"sh"}, {}},
+            {{"sh-cx", "sh-cx"}, {"native 50 for 1 s"}},
+            {{"p1", "p100"}, {}},
+            {{""}, {"native 54 for 1 s"}},
+            {{"twin"}, {"native 56 for 1 s"}},
     };
-    for (const auto& row : rows) {
-        task.names = row.names;
+    for (const auto& [names, captures] : rows) {
+        task.names = names;
         runTraceDump(task);
-        std::vector<int> pids;
-        for (const Capture& capture : takeCaptures()) {
-            pids.push_back(capture.pid);
-        }
-        std::sort(pids.begin(), pids.end());
-        EXPECT_EQ(pids, row.pids) << row.names[0];
+        EXPECT_THAT(takeCaptures(), testing::UnorderedElementsAreArray(captures)) << names[0];
     }
-    EXPECT_TRUE(hasLine(takeLog(), ANDROID_LOG_DEBUG, "Checking process: sh-cx (PID: 50)"));
+    EXPECT_THAT(takeLog(), Contains("D " + function + "Checking process: sh-cx (PID: 50)"));
 }
 
-TEST_F(TraceDump, KeepsTheFiveNewestFilesAndAllElse) {
-    for (int i = 0; i < 7; ++i) {
-        std::string name = "out/file" + std::to_string(i);
-        write(name, "");
-        fs::last_write_time(path(name), fs::file_time_type::clock::now() -
-                                                std::chrono::minutes(i == 3 ? 60 : i));
+TEST_F(TraceDump, KeepsTheFiveNewestFilesAndAllElseOrEndsTheProcess) {
+    for (int age : {3, 1, 7, 2, 5, 6, 4}) {
+        addOldFile(age);
     }
     fs::create_directory(path("out/sub"));
     fs::create_symlink("nowhere", path("out/dangling"));
     mkfifo(path("out/fifo").c_str(), 0600);
-    pruneToNewestFiles(path("out"));
-    EXPECT_EQ(filesIn("out"),
-              (Texts{"dangling", "fifo", "file0", "file1", "file2", "file4", "file5", "sub"}));
-    pruneToNewestFiles(path("out"));
-    EXPECT_EQ(filesIn("out").size(), 8u);
-}
-
-TEST_F(TraceDump, EndsTheProcessOnADirectoryThatCannotBeExaminedOrPruned) {
+    for (int round = 0; round < 2; ++round) {
+        pruneToNewestFiles(path("out"));
+        EXPECT_EQ(outputFiles(),
+                  (Texts{"dangling", "fifo", "old1", "old2", "old3", "old4", "old5", "sub"}));
+    }
     EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("no")); }), "filesystem_error");
-    write("file", "");
-    EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("file")); }), "filesystem_error");
-    std::string tooLong = "/" + std::string(5000, 'x') + "/trace";
-    EXPECT_DEATH(
-            runAsDaemon([&] { dumpTraceAndBinderInfo(10, true, {}, String16(tooLong.c_str())); }),
-            "filesystem_error");
+    EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("out/old1")); }), "filesystem_error");
+    String16 tooLong(("/" + std::string(5000, 'x') + "/trace").c_str());
+    EXPECT_DEATH(runAsDaemon([&] { dumpTraceAndBinderInfo(10, true, {}, tooLong); }),
+                 "filesystem_error");
 }
 
 TEST(String16Conversion, GivesUtf8UpToTheFirstNul) {
-    EXPECT_EQ(string16ToString(String16("plain")), "plain");
     EXPECT_EQ(string16ToString(String16(u"a\u00e9\u20ac\U0001f600")), "a\u00e9\u20ac\U0001f600");
     EXPECT_EQ(string16ToString(String16(u"a\0b", 3)), "a");
-    EXPECT_EQ(string16ToString(String16()), "");
 }
 
 }  // namespace android::test

@@ -1,0 +1,278 @@
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "benchmarks/request/FloorWork.h"
+#include "diagnostics/OutgoingTransactionReport.h"
+#include "zevo/stallscope/IStallscope.h"
+
+// What a client waits for getTransaction, beside what the same work costs at least. To be run in
+// the guest by benchmarks/run.
+
+namespace {
+
+using namespace android;
+using namespace android::benchmarks;
+using zevo::stallscope::IStallscope;
+using Texts = std::vector<std::string>;
+using Clock = std::chrono::steady_clock;
+
+const char* const kServiceName = "StallScopeService";
+
+double millisecondsOf(const std::function<void()>& work) {
+    Clock::time_point begin = Clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+}
+
+double quantile(std::vector<double> values, double share) {
+    std::sort(values.begin(), values.end());
+    return values[std::min(values.size() - 1, static_cast<size_t>(values.size() * share))];
+}
+
+pid_t start(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    pid_t pid = 0;
+    if (posix_spawn(&pid, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
+        perror(arguments[0]);
+        exit(1);
+    }
+    return pid;
+}
+
+void stop(pid_t pid) {
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+}
+
+// Null while it is not registered; never has it started.
+sp<IBinder> findService() {
+    return defaultServiceManager()->checkService(String16(kServiceName));
+}
+
+// One process whose threads are all in calls to another.
+class Load {
+  public:
+    Load(const std::string& stageProcess, size_t calls) {
+        mServer = start({stageProcess, "--cmdline", "load.server", "--serve", "stage.load",
+                         "--threads", std::to_string(calls)});
+        std::vector<std::string> words = {stageProcess, "--cmdline", "load.caller"};
+        for (size_t i = 0; i < calls; ++i) {
+            words.push_back("--extra-thread");
+            words.push_back("load-" + std::to_string(i) + "=call:stage.load");
+        }
+        mCaller = start(words);
+        size_t before = 0;
+        do {
+            before = mSeen;
+            usleep(1'500'000);
+            mSeen = callsOf(mCaller).size();
+        } while (mSeen == 0 || mSeen != before);
+    }
+    ~Load() {
+        stop(mCaller);
+        stop(mServer);
+    }
+
+    pid_t caller() const { return mCaller; }
+    // How many of the calls are in the log.
+    size_t seen() const { return mSeen; }
+
+  private:
+    pid_t mServer;
+    pid_t mCaller;
+    size_t mSeen = 0;
+};
+
+// The kernel prints its log into a buffer that it doubles when it is full, unless that happens
+// within a thread's first line: then it leaves out the rest. Where that happens differs from load
+// to load, so try for one that is whole.
+std::unique_ptr<Load> wholeLoad(const std::string& stageProcess, size_t calls) {
+    std::unique_ptr<Load> load;
+    for (int attempts = 0; attempts < 10 && (load == nullptr || load->seen() < calls); ++attempts) {
+        load.reset();
+        load = std::make_unique<Load>(stageProcess, calls);
+    }
+    return load;
+}
+
+using Lists = std::array<Texts, 8>;
+
+// The number of lines in the answer.
+size_t getTransaction(const sp<IStallscope>& service, pid_t pid) {
+    Lists l;
+    bool isBlocked = false;
+    service->getTransaction(pid, &l[0], &l[1], &l[2], &l[3], &l[4], &l[5], &l[6], &l[7],
+                            &isBlocked);
+    return l[0].size();
+}
+
+// What the daemon does in that call.
+Lists report(pid_t pid) {
+    Lists l;
+    BinderLogParser parser;
+    parser.parse(kBinderLogPath);
+    getBinderTransactions(pid, parser, &l[0], &l[1], &l[2], &l[3], &l[4], &l[5], &l[6], &l[7]);
+    return l;
+}
+
+// What the stubs do to the answer on its way.
+void packAndUnpack(const Lists& lists) {
+    Parcel parcel;
+    for (const Texts& list : lists) {
+        parcel.writeUtf8VectorAsUtf16Vector(list);
+    }
+    parcel.setDataPosition(0);
+    for (size_t i = 0; i < lists.size(); ++i) {
+        Texts unpacked;
+        parcel.readUtf8VectorFromUtf16Vector(&unpacked);
+    }
+}
+
+// Several clients at once, each of which makes the same calls and does the same work in turn.
+void compare(const sp<IStallscope>& service, const Load& load, int calls, int clients, int total) {
+    std::vector<std::string> files = filesFor(callsOf(load.caller()));
+    std::vector<std::vector<double>> requests(clients);
+    std::vector<std::vector<double>> floors(clients);
+    std::atomic<size_t> totalLines = 0;
+    std::vector<std::thread> threads;
+    for (int client = 0; client < clients; ++client) {
+        threads.emplace_back([&, client] {
+            for (int i = 0; i < total / clients; ++i) {
+                size_t lines = 0;
+                requests[client].push_back(
+                        millisecondsOf([&] { lines = getTransaction(service, load.caller()); }));
+                floors[client].push_back(millisecondsOf([&] {
+                    IInterface::asBinder(service)->pingBinder();
+                    readLog();
+                    readAll(files, lines * kFilesPerCall);
+                }));
+                totalLines += lines;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::vector<double> request;
+    std::vector<double> floor;
+    for (int client = 0; client < clients; ++client) {
+        request.insert(request.end(), requests[client].begin(), requests[client].end());
+        floor.insert(floor.end(), floors[client].begin(), floors[client].end());
+    }
+    printf("| %d | %d | %zu | %zu | %.2f | %.2f | %.2f | %.2f | **%.2f** |\n", calls, clients,
+           request.size(), totalLines / request.size(), quantile(request, 0.5),
+           quantile(request, 0.99), quantile(floor, 0.5), quantile(floor, 0.99),
+           quantile(request, 0.5) / quantile(floor, 0.5));
+    fflush(stdout);
+}
+
+double median(const std::function<void()>& work) {
+    std::vector<double> times;
+    for (int i = 0; i < 100; ++i) {
+        times.push_back(millisecondsOf(work));
+    }
+    return quantile(times, 0.5);
+}
+
+void printParts(const sp<IStallscope>& service, const Load& load, int calls) {
+    std::vector<std::string> files = filesFor(callsOf(load.caller()));
+    Lists answer = report(load.caller());
+    printf("| %d | %zu | %.2f | %.2f (%zu kB) | %.2f (%zu) | %.2f | %.2f |\n", calls,
+           answer[0].size(), median([&] { IInterface::asBinder(service)->pingBinder(); }),
+           median(readLog), readLog() / 1024, median([&] { readAll(files, files.size()); }),
+           files.size(), median([&] { report(load.caller()); }),
+           median([&] { packAndUnpack(answer); }));
+    fflush(stdout);
+}
+
+// From exec until servicemanager knows it and it answers.
+double startDaemon(const std::string& daemon, pid_t* pid) {
+    return millisecondsOf([&] {
+        *pid = start({daemon});
+        sp<IBinder> service;
+        while ((service = findService()) == nullptr || service->pingBinder() != OK) {
+            usleep(500);
+        }
+    });
+}
+
+std::string residentMemory(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0) {
+            return line.substr(6);
+        }
+    }
+    return "unknown";
+}
+
+void measureMemory(const sp<IStallscope>& service, pid_t daemon, const Load& load, int total) {
+    printf("\nResident memory of the daemon: idle %s", residentMemory(daemon).c_str());
+    for (int calls = 1; calls <= total; ++calls) {
+        getTransaction(service, load.caller());
+        if (calls == total / 100 || calls == total) {
+            printf(", after %d calls %s", calls, residentMemory(daemon).c_str());
+        }
+    }
+    printf(".\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        fprintf(stderr, "usage: %s DAEMON STAGE_PROCESS [CALLS]\n", argv[0]);
+        return 2;
+    }
+    const int total = argc > 3 ? atoi(argv[3]) : 1000;
+    ProcessState::self()->startThreadPool();
+    pid_t daemon = 0;
+    std::vector<double> starts;
+    for (int i = 0; i < 5; ++i) {
+        if (daemon != 0) {
+            stop(daemon);
+            usleep(200'000);  // until servicemanager has noticed
+        }
+        starts.push_back(startDaemon(argv[1], &daemon));
+    }
+    printf("From exec to registered: %.0f ms (median of %zu).\n", quantile(starts, 0.5),
+           starts.size());
+    sp<IStallscope> service = interface_cast<IStallscope>(findService());
+    measureMemory(service, daemon, Load(argv[2], 10), 10 * total);
+    // A call with a thousand in flight takes as long as ten with a hundred.
+    const std::pair<int, int> rows[] = {{10, total}, {100, total}, {1000, total / 10}};
+    printf("\n| in flight | clients | calls | lines | getTransaction, ms | p99 | floor, ms | p99 | "
+           "ratio |\n|---|---|---|---|---|---|---|---|---|\n");
+    for (auto [calls, repeats] : rows) {
+        std::unique_ptr<Load> load = wholeLoad(argv[2], calls);
+        for (int clients : {1, 4, 10}) {
+            compare(service, *load, calls, clients, repeats);
+        }
+    }
+    printf("\n| in flight | lines | an empty call, ms | reading the log | reading /proc | "
+           "parse and report | packing and unpacking |\n|---|---|---|---|---|---|---|\n");
+    for (auto [calls, repeats] : rows) {
+        printParts(service, *wholeLoad(argv[2], calls), calls);
+    }
+    stop(daemon);
+    return 0;
+}
