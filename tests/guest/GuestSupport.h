@@ -1,0 +1,66 @@
+#ifndef STALLSCOPE_TESTS_GUEST_GUESTSUPPORT_H
+#define STALLSCOPE_TESTS_GUEST_GUESTSUPPORT_H
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "zevo/stallscope/IStallscope.h"
+
+namespace android::test {
+
+using Texts = std::vector<std::string>;
+using zevo::stallscope::IStallscope;
+
+constexpr pid_t kNobody = 4194304;  // one more than the highest process id there can be
+
+// The daemon, by way of servicemanager, which has it started when it does not run. Hold on to it
+// while detached work goes on: a daemon without clients is stopped after a few seconds.
+sp<IStallscope> stallscope();
+pid_t daemonPid();  // 0 when it does not run
+void killDaemon();
+// The debug switch of daemons started from now on.
+void setDebugSwitch(const std::string& value);
+
+// What the daemon has logged since the last call, without source lines and with elapsed times
+// masked: "E function: message", and "W 3/tag: text" with another buffer than the main one or with
+// a tag. Leaves out what its libraries log and the parser's lines, which repeat the kernel's log.
+Texts takeDaemonLog();
+bool contains(const Texts& texts, const std::string& text);
+
+// A hang that is staged in place of the one before.
+struct StagedHang {
+    StagedHang() = default;
+    explicit StagedHang(const std::string& shape);
+
+    // The process id; the test fails when there is no such process.
+    pid_t operator[](const std::string& name) const;
+    // The texts with each $NAME replaced by the process id.
+    std::string text(std::string form) const;
+    Texts texts(Texts forms) const;
+
+    std::map<std::string, pid_t> pids;
+};
+
+// What the command writes to its output, without the last line end.
+std::string output(const std::string& shellCommand);
+// Lives until the guest stops.
+pid_t startInBackground(const std::string& shellCommand);
+// Whether it came true in time.
+bool eventually(const std::function<bool()>& isTrue, int seconds = 30);
+std::string readFile(const std::string& path);
+void writeFile(const std::string& path, const std::string& text);
+Texts linesOf(const std::string& text);
+size_t count(const std::string& text, const std::string& part);
+// The parts stand in the text one after another, with anything between them.
+void expectInOrder(const std::string& text, const Texts& parts);
+// A field of /proc/PID/status.
+std::string statusOf(pid_t pid, const std::string& field);
+
+}  // namespace android::test
+
+#endif  // STALLSCOPE_TESTS_GUEST_GUESTSUPPORT_H
