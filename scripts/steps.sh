@@ -18,7 +18,7 @@ step() {
     mkdir -p "$logs"
     log=$logs/${name//[^a-z0-9]/-}.log
     start=$(now_ms)
-    printf '%-58s' "$name ..."
+    printf '%-64s' "$name ..."
     if ! "$@" >"$log" 2>&1; then
         printf 'FAILED\n'
         tail -n 40 "$log" >&2
@@ -38,7 +38,7 @@ shown_step() {
         printf '%s FAILED\n' "$name"
         exit 1
     fi
-    printf '%-58s%6.1f s\n' "$name" "$(($(now_ms) - start))e-3"
+    printf '%-64s%6.1f s\n' "$name" "$(($(now_ms) - start))e-3"
 }
 
 # build PRESET [TARGET...]
