@@ -121,7 +121,7 @@ void parseProcess(State& state) {
 
 void grep(State& state) {
     // Every transaction line of a generated log becomes a record.
-    const char* pattern = supportNewBinderLogFormat ? "transaction [0-9]" : "ZEVO";
+    const char* pattern = supportNewBinderLogFormat ? "transaction [0-9]" : "transaction:* from";
     double count = 0;
     measure(state, generateLog, [&](const std::string& path) {
         count = runProgram({"grep", "-c", pattern, path.c_str()});

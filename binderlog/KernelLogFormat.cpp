@@ -21,8 +21,7 @@ const bool supportNewBinderLogFormat = [] {
     // A release such as "6.1.75-android14". The numbers are compared as integers: 6.10 is newer
     // than 6.1.
     if (sscanf(kernel.release, "%d.%d", &major, &minor) != 2) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to parse kernel version: %s",
-                 kernel.release);
+        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to parse kernel version: %s", kernel.release);
         return false;
     }
     if (major > 6 || (major == 6 && minor >= 1)) {

@@ -17,9 +17,8 @@ bool findStart(std::string_view line, std::string_view keyword, Match match) {
 
 // "\s+(\d+):(\d+)\s+to\s+(\d+):(\d+)", behind "from".
 bool matchPairs(Cursor* cursor, TransactionTexts* texts) {
-    return cursor->spaces() && cursor->pair(&texts->fromPid, &texts->fromTid) &&
-           cursor->spaces() && cursor->literal("to") && cursor->spaces() &&
-           cursor->pair(&texts->toPid, &texts->toTid);
+    return cursor->spaces() && cursor->pair(&texts->fromPid, &texts->fromTid) && cursor->spaces() &&
+           cursor->literal("to") && cursor->spaces() && cursor->pair(&texts->toPid, &texts->toTid);
 }
 
 // "\s+(\d+)ms", behind "elapsed".
@@ -50,8 +49,7 @@ bool matchWordCode(std::string_view line, Cursor cursor, Gap* elapsed, Transacti
 
 // proc\s+(\d+)
 bool findSectionPid(std::string_view line, std::string_view* pid) {
-    return findStart(line, "proc",
-                     [pid](Cursor at) { return at.spaces() && at.digits(pid); });
+    return findStart(line, "proc", [pid](Cursor at) { return at.spaces() && at.digits(pid); });
 }
 
 // from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+)\s+code\s+(\d+).*?elapsed\s+(\d+)ms
@@ -107,8 +105,7 @@ bool findOldPlain(std::string_view line, TransactionTexts* texts) {
     Gap code(line, "code");
     Gap duration(line, "duration");
     auto matchDuration = [texts](Cursor at) {
-        return at.spaces() && at.decimal(&texts->elapsed) && at.optionalSpaces() &&
-               at.literal("s");
+        return at.spaces() && at.decimal(&texts->elapsed) && at.optionalSpaces() && at.literal("s");
     };
     auto matchCode = [&](Cursor at) {
         return at.spaces() && at.digits(&texts->code) &&

@@ -8,12 +8,13 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "benchmarks/request/FloorWork.h"
@@ -147,41 +148,50 @@ void packAndUnpack(const Lists& lists) {
     }
 }
 
-// Several clients at once, each of which makes the same calls and does the same work in turn.
+// Times of one thing, and how often the other fits into it, call by call.
+struct Times {
+    std::vector<double> request;
+    std::vector<double> floor;
+    std::vector<double> ratio;
+    size_t lines = 0;
+};
+
+// One client, which makes a call and does the work of its floor in turn.
+void callAndCompare(const sp<IStallscope>& service, pid_t pid,
+                    const std::vector<std::string>& files, int calls, Times* times,
+                    std::mutex* lock) {
+    for (int i = 0; i < calls; ++i) {
+        size_t lines = 0;
+        double request = millisecondsOf([&] { lines = getTransaction(service, pid); });
+        double floor = millisecondsOf([&] {
+            IInterface::asBinder(service)->pingBinder();
+            readLog();
+            readAll(files, lines * kFilesPerCall);
+        });
+        std::lock_guard<std::mutex> guard(*lock);
+        times->request.push_back(request);
+        times->floor.push_back(floor);
+        times->ratio.push_back(request / floor);
+        times->lines += lines;
+    }
+}
+
 void compare(const sp<IStallscope>& service, const Load& load, int calls, int clients, int total) {
     std::vector<std::string> files = filesFor(callsOf(load.caller()));
-    std::vector<std::vector<double>> requests(clients);
-    std::vector<std::vector<double>> floors(clients);
-    std::atomic<size_t> totalLines = 0;
+    Times times;
+    std::mutex lock;
     std::vector<std::thread> threads;
     for (int client = 0; client < clients; ++client) {
-        threads.emplace_back([&, client] {
-            for (int i = 0; i < total / clients; ++i) {
-                size_t lines = 0;
-                requests[client].push_back(
-                        millisecondsOf([&] { lines = getTransaction(service, load.caller()); }));
-                floors[client].push_back(millisecondsOf([&] {
-                    IInterface::asBinder(service)->pingBinder();
-                    readLog();
-                    readAll(files, lines * kFilesPerCall);
-                }));
-                totalLines += lines;
-            }
-        });
+        threads.emplace_back(callAndCompare, service, load.caller(), files, total / clients, &times,
+                             &lock);
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    std::vector<double> request;
-    std::vector<double> floor;
-    for (int client = 0; client < clients; ++client) {
-        request.insert(request.end(), requests[client].begin(), requests[client].end());
-        floor.insert(floor.end(), floors[client].begin(), floors[client].end());
-    }
     printf("| %d | %d | %zu | %zu | %.2f | %.2f | %.2f | %.2f | **%.2f** |\n", calls, clients,
-           request.size(), totalLines / request.size(), quantile(request, 0.5),
-           quantile(request, 0.99), quantile(floor, 0.5), quantile(floor, 0.99),
-           quantile(request, 0.5) / quantile(floor, 0.5));
+           times.request.size(), times.lines / times.request.size(), quantile(times.request, 0.5),
+           quantile(times.request, 0.99), quantile(times.floor, 0.5), quantile(times.floor, 0.99),
+           quantile(times.ratio, 0.5));
     fflush(stdout);
 }
 
@@ -215,22 +225,22 @@ double startDaemon(const std::string& daemon, pid_t* pid) {
     });
 }
 
-std::string residentMemory(pid_t pid) {
+int residentKilobytes(pid_t pid) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     for (std::string line; std::getline(status, line);) {
         if (line.rfind("VmRSS:", 0) == 0) {
-            return line.substr(6);
+            return atoi(line.c_str() + strlen("VmRSS:"));
         }
     }
-    return "unknown";
+    return -1;
 }
 
 void measureMemory(const sp<IStallscope>& service, pid_t daemon, const Load& load, int total) {
-    printf("\nResident memory of the daemon: idle %s", residentMemory(daemon).c_str());
+    printf("\nResident memory of the daemon: idle %d kB", residentKilobytes(daemon));
     for (int calls = 1; calls <= total; ++calls) {
         getTransaction(service, load.caller());
         if (calls == total / 100 || calls == total) {
-            printf(", after %d calls %s", calls, residentMemory(daemon).c_str());
+            printf(", after %d calls %d kB", calls, residentKilobytes(daemon));
         }
     }
     printf(".\n");

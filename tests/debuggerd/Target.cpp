@@ -1,7 +1,7 @@
 #include "Target.h"
 
 #include <android-base/file.h>
-#include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
@@ -11,7 +11,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <memory>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace {
@@ -22,112 +24,58 @@ int sReadyFd = -1;
 std::atomic<int> sWaiting = 0;
 volatile bool sForever = true;  // or the compiler warns that the functions below don't end
 
-std::string readText(const std::string& path) {
-    std::string text;
-    android::base::ReadFileToString(path, &text);
-    return text;
-}
-
-std::string field(const std::string& statusPath, const std::string& name) {
-    std::string text = readText(statusPath);
-    size_t start = text.find("\n" + name + ":\t");
-    if (start == std::string::npos) {
-        return "";
+std::string statusField(const std::string& process, const std::string& field) {
+    std::ifstream status("/proc/" + process + "/status");
+    std::string word;
+    while (word != field + ":" && status >> word) {
     }
-    start += name.size() + 3;
-    return text.substr(start, text.find('\n', start) - start);
+    return status >> word ? word : "";
 }
 
-bool everyThreadRuns(pid_t pid) {
-    std::string tasks = "/proc/" + std::to_string(pid) + "/task/";
-    std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir(tasks.c_str()), closedir);
-    while (dirent* entry = dir ? readdir(dir.get()) : nullptr) {
-        std::string status = tasks + entry->d_name + "/status";
-        std::string state = field(status, "State");
-        bool stopped = !state.empty() && (state[0] == 'T' || state[0] == 't');
-        if (entry->d_name[0] != '.' && (stopped || field(status, "TracerPid") > "0")) {
+bool isRunning(const std::string& pid) {
+    bool anyLives = false;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + pid + "/task")) {
+        std::string task = pid + "/task/" + thread.path().filename().string();
+        std::string state = statusField(task, "State");
+        if (state == "T" || state == "t" || statusField(task, "TracerPid") > "0") {
             return false;
         }
+        anyLives = anyLives || state == "R" || state == "S" || state == "D";
     }
-    return dir != nullptr;
-}
-
-bool within(std::chrono::seconds time, const std::function<bool()>& condition) {
-    for (auto end = Clock::now() + time; Clock::now() < end;) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return condition();
-}
-
-Target start(const std::function<void(int readyFd)>& body) {
-    int ends[2];
-    EXPECT_EQ(0, pipe(ends));
-    pid_t pid = fork();
-    if (pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        close(ends[0]);
-        body(ends[1]);
-        _exit(1);
-    }
-    close(ends[1]);
-    char byte;
-    EXPECT_EQ(1, read(ends[0], &byte, 1)) << "the target ended early";
-    close(ends[0]);
-    return Target(pid);
+    return anyLives;
 }
 
 }  // namespace
 
-Target Target::run(const std::function<void()>& body) {
-    return start([&body](int readyFd) {
-        sReadyFd = readyFd;
-        body();
-    });
+Target::Target(const std::function<void()>& body) {
+    int ends[2];
+    EXPECT_EQ(0, pipe(ends));
+    sReadyFd = ends[1];
+    mPid = startChild(body);
+    close(ends[1]);
+    char byte;
+    EXPECT_EQ(1, read(ends[0], &byte, 1)) << "the target ended early";
+    close(ends[0]);
 }
 
-Target Target::exec(const std::vector<std::string>& arguments) {
-    return start([&arguments](int readyFd) {
-        std::vector<char*> argv(arguments.size() + 1);
-        for (size_t i = 0; i < arguments.size(); i++) {
-            argv[i] = const_cast<char*>(arguments[i].c_str());
-        }
-        dup2(readyFd, STDOUT_FILENO);
-        execvp(argv[0], argv.data());
-    });
+Target::~Target() {
+    killChild(mPid);
 }
 
 void Target::ready() {
-    if (write(sReadyFd, "r", 1) != 1) {
-        _exit(1);
-    }
+    EXPECT_EQ(1, write(sReadyFd, "r", 1));
 }
 
-void Target::end() {
-    if (mPid > 0) {
-        kill(mPid, SIGKILL);
-        waitpid(mPid, nullptr, 0);
-        mPid = -1;
-    }
+std::string Target::status(const std::string& field) const {
+    return statusField(std::to_string(mPid), field);
 }
 
-std::string Target::status(const char* name) const {
-    return field("/proc/" + std::to_string(mPid) + "/status", name);
-}
-
-char Target::waitForState(const std::string& wanted) const {
-    std::string state;
-    within(std::chrono::seconds(2), [&] {
-        state = status("State");
-        return !state.empty() && wanted.find(state[0]) != std::string::npos;
-    });
-    return state[0];
+bool Target::reachesState(const std::string& state) const {
+    return eventually([&] { return status("State") == state; });
 }
 
 bool Target::runsOn() const {
-    return within(std::chrono::seconds(2), [this] { return everyThreadRuns(mPid); });
+    return eventually([this] { return isRunning(std::to_string(mPid)); });
 }
 
 int Capture::count(const std::string& part) const {
@@ -141,48 +89,69 @@ int Capture::count(const std::string& part) const {
 Capture capture(pid_t pid, DebuggerdDumpType type, int seconds) {
     TemporaryFile file;
     Capture capture;
-    capture.seconds = secondsOf(
-            [&] { capture.result = dump_backtrace_to_file_timeout(pid, type, seconds, file.fd); });
-    capture.text = readText(file.path);
+    auto start = Clock::now();
+    capture.result = dump_backtrace_to_file_timeout(pid, type, seconds, file.fd);
+    capture.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    EXPECT_TRUE(android::base::ReadFileToString(file.path, &capture.text));
     return capture;
 }
 
-double secondsOf(const std::function<void()>& call) {
-    auto start = Clock::now();
-    call();
-    return std::chrono::duration<double>(Clock::now() - start).count();
+pid_t startChild(const std::function<void()>& body) {
+    pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        body();
+        _exit(1);
+    }
+    return pid;
 }
 
-extern "C" __attribute__((noinline)) void waitForeverInC() {
-    sWaiting++;
+pid_t startCaller(pid_t pid, DebuggerdDumpType type) {
+    return startChild([=] {
+        for (int null = open("/dev/null", O_WRONLY);;) {
+            dump_backtrace_to_file_timeout(pid, type, 30, null);
+        }
+    });
+}
+
+void killChild(pid_t child) {
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
+bool eventually(const std::function<bool()>& condition) {
+    bool isTrue = condition();
+    for (auto end = Clock::now() + std::chrono::seconds(2); !isTrue && Clock::now() < end;) {
+        usleep(500);
+        isTrue = condition();
+    }
+    return isTrue;
+}
+
+__attribute__((noinline)) void waitForever(int number) {
+    sWaiting += number > 0 ? 1 : 0;
     while (sForever) {
         pause();
     }
 }
 
-__attribute__((noinline)) void waitForeverInFrame(int number) {
-    if (number == 0) {
-        waitForeverInC();
-    } else {
-        waitForeverInFrame(number - 1);
+void waitWithThreads(int threads) {
+    for (int i = 1; i < threads; i++) {
+        std::thread(waitForever, i).detach();
     }
+    while (sWaiting < threads - 1) {
+        usleep(1000);
+    }
+    Target::ready();
+    waitForever(0);
     asm volatile("");  // keeps the frame: the call above isn't the last thing
 }
 
-// A thread that waits for the end of a child's use of its address space can't be interrupted.
-void sleepUninterruptiblyUntilReadable(int fd) {
+// So is a thread that waits for the end of a child's use of its address space.
+void sleepUntilReadable(int fd) {
     if (syscall(SYS_clone, CLONE_VFORK | SIGCHLD, nullptr, nullptr, nullptr, nullptr) == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         char byte;
         _exit(read(fd, &byte, 1) != 1);
-    }
-}
-
-void startWaitingThreads(int count) {
-    for (int i = 0; i < count; i++) {
-        std::thread(waitForeverInFrame, i % 20).detach();
-    }
-    while (sWaiting < count) {
-        usleep(1000);
     }
 }

@@ -3,32 +3,22 @@
 #include <debuggerd/client.h>
 #include <sys/types.h>
 
-#include <chrono>
 #include <functional>
 #include <string>
-#include <vector>
 
-// A process to capture. It ends with the object, and with the test.
+// A process to capture: a fork of the test that calls `body`, which has to call ready() and must
+// not return. It ends with the object, and with the test.
 class Target {
   public:
-    // A fork of the test that calls `body`, which has to call ready() and must not return.
-    static Target run(const std::function<void()>& body);
-    // A program, once it has printed a line.
-    static Target exec(const std::vector<std::string>& arguments);
+    explicit Target(const std::function<void()>& body);
+    Target(const Target&) = delete;
+    ~Target();
     static void ready();
 
-    explicit Target(pid_t pid) : mPid(pid) {}
-    Target(Target&& other) noexcept : mPid(other.mPid) { other.mPid = -1; }
-    Target(const Target&) = delete;
-    ~Target() { end(); }
-
     pid_t pid() const { return mPid; }
-    // Kills and reaps it.
-    void end();
-    // A field of its status file, such as "State" or "TracerPid".
-    std::string status(const char* field) const;
-    // The state's letter, once it is one of those wanted; else what it still is after two seconds.
-    char waitForState(const std::string& wanted) const;
+    // The first word of a field of its status file, such as "State" or "TracerPid".
+    std::string status(const std::string& field) const;
+    bool reachesState(const std::string& state) const;
     // Whether it is untraced and every thread runs or sleeps, waiting a moment for that.
     bool runsOn() const;
 
@@ -42,16 +32,25 @@ struct Capture {
     double seconds = 0;
     std::string text;
 
-    bool contains(const std::string& part) const { return text.find(part) != std::string::npos; }
     int count(const std::string& part) const;
+    bool contains(const std::string& part) const { return count(part) > 0; }
+    // Without waiting for the time-out.
+    bool failedAtOnce() const { return result != 0 && text.empty() && seconds < 2; }
+    bool timedOutAfterASecond() const { return result != 0 && seconds > 0.8 && seconds < 2; }
 };
 
 Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace, int seconds = 10);
-double secondsOf(const std::function<void()>& call);
 
-// What targets do; these never return and have names to look for in dumps.
-extern "C" void waitForeverInC();
-void waitForeverInFrame(int number);
-// Returns when all of them wait in waitForeverInC.
-void startWaitingThreads(int count);
-void sleepUninterruptiblyUntilReadable(int fd);
+// A fork of the test that ends with it.
+pid_t startChild(const std::function<void()>& body);
+// One that captures for ever.
+pid_t startCaller(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace);
+void killChild(pid_t child);
+
+// Waits two seconds for it.
+bool eventually(const std::function<bool()>& condition);
+
+// What targets do, under names to look for in dumps. Each of the threads ends up in waitForever.
+void waitWithThreads(int threads);
+// Can't be interrupted by anything but its death.
+void sleepUntilReadable(int fd);

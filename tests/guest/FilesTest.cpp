@@ -9,17 +9,15 @@ namespace android::test {
 namespace {
 
 namespace fs = std::filesystem;
-using std::chrono_literals::operator""s;
 
 using FileTest = DumpsTest;
 
 TEST_F(FileTest, FdListingReplacesTheFileWithEveryDescriptor) {
     pid_t pid = startInBackground(
-            "bash -c 'exec 3>/tmp/deleted 4<>/dev/udp/127.0.0.1/9; "
-            "rm /tmp/deleted; sleep 10000 | read'");
+            "bash -c 'exec 3>/tmp/deleted 4<>/dev/udp/127.0.0.1/9 "
+            "5> >(exec sleep 10000); rm /tmp/deleted; exec 6</; wait $!'");
     const std::string folder = "/proc/" + std::to_string(pid) + "/fd";
-    EXPECT_TRUE(eventually(
-            [&] { return statusOf(pid, "State")[0] == 'S' && !fs::exists("/tmp/deleted"); }));
+    EXPECT_TRUE(eventually([&] { return output("readlink " + folder + "/6") == "/"; }));
     writeFile(mFile, std::string(100000, 'x'));
     int size = 0;
     EXPECT_TRUE(mDaemon->getFdSize(pid, &size).isOk());
@@ -33,6 +31,7 @@ TEST_F(FileTest, FdListingReplacesTheFileWithEveryDescriptor) {
     EXPECT_EQ(expected.size() + 2, static_cast<size_t>(size)) << "\".\" and \"..\" are counted";
     EXPECT_EQ(1U, count(text, folder + "/3 -> /tmp/deleted (deleted)\n"));
     EXPECT_EQ(1U, count(text, folder + "/4 -> socket:["));
+    EXPECT_EQ(1U, count(text, folder + "/5 -> pipe:["));
     EXPECT_EQ(Texts(), takeDaemonLog());
 }
 
@@ -68,14 +67,13 @@ TEST_F(FileTest, FilesThatCannotBeWrittenAreRefused) {
     EXPECT_FALSE(capture(kNobody, 1, "/sys/a"));
     EXPECT_FALSE(capture(kNobody, 1, mFolder + "/link"));
     EXPECT_EQ("kept", readFile(mFile));
-    Texts expected = {
-            "E writeFdInfoToFile: open fdDir fail!",
-            "E writeFdInfoToFile: open filePath fail: /sys/a",
-            "E dumpTraceForAllProcess: Failed to write subject to file",
-            "E dumpTraceAndBinderInfo: Failed to create directory: /sys/a [error: Operation not "
-            "permitted]",
-            "E getBinderTransactions: No transactions found for pid 4194304",
-            "E dumpTraceAndBinderInfo: Failed to open file: /sys/a"};
+    const std::string reason = "[error: Operation not permitted]";
+    Texts expected = {"E writeFdInfoToFile: open fdDir fail!",
+                      "E writeFdInfoToFile: open filePath fail: /sys/a",
+                      "E dumpTraceForAllProcess: Failed to write subject to file",
+                      "E dumpTraceAndBinderInfo: Failed to create directory: /sys/a " + reason,
+                      "E getBinderTransactions: No transactions found for pid 4194304",
+                      "E dumpTraceAndBinderInfo: Failed to open file: /sys/a"};
     for (const std::string& file : {std::string("/sys/a"), mFolder + "/link"}) {
         expected.push_back("E getOomAdjOfPid: Failed to open /proc/4194304/oom_score_adj");
         expected.push_back("I dumpBacktraceToFileTimeout: Dumping trace for pid 4194304 to " +
@@ -92,7 +90,7 @@ TEST_F(FileTest, DirectoryIsPrunedToItsFiveNewestFiles) {
     for (int i = 1; i <= 7; ++i) {
         const std::string file = mFolder + "/former" + std::to_string(i);
         writeFile(file, "");
-        fs::last_write_time(file, fs::file_time_type::clock::now() - i * 3600s);
+        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(i));
     }
     dump(kNobody, true, {}, mFolder + "/new");
     auto files = [&] { return output("ls -x -w 200 " + mFolder); };

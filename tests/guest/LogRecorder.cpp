@@ -1,6 +1,7 @@
 // Preloaded into the daemon in the guest: takes the log library's place and appends each line to
 // the file LOG_RECORD, where tests see what no log reader shows, such as a missing tag.
 
+#include <android/log.h>
 #include <fcntl.h>
 #include <unistd.h>
 
