@@ -150,7 +150,7 @@ void add(const char* name, void (*function)(State&), std::vector<int64_t> sizes)
                 ->Unit(benchmark::kMicrosecond)
                 ->UseRealTime()
                 ->MinTime(0.1)
-                ->Repetitions(12)
+                ->Repetitions(20)
                 ->ReportAggregatesOnly()
                 ->ComputeStatistics("min", fastest);
     }
