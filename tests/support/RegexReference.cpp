@@ -14,9 +14,9 @@ constexpr const char* kTexts[] = {
         R"(proc\s+(\d+))",
         R"(from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+)\s+code\s+(\d+).*?elapsed\s+(\d+)ms)",
         R"(from\s+(\d+):(\d+).*?to\s+(\d+):(\d+).*?code\s+(\w+).*?elapsed\s+(\d+)ms)",
-        R"(ZEVO\s+\w+\s+transaction:\s+from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+))"
-        R"(.*?code:\s*(\d+).*?duration:\s*([\d.]+)\s*s)",
-        R"(from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+).*?code\s+(\d+).*?duration\s+([\d.]+)\s*s)"};
+        (R"(ZEVO\s+\w+\s+transaction:\s+from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+))"
+         R"(.*?code:\s*(\d+).*?duration:\s*([\d.]+)\s*s)"),
+        (R"(from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+).*?code\s+(\d+).*?duration\s+([\d.]+)\s*s)")};
 
 Groups searchTransaction(Pattern pattern, const std::string& line) {
     static constexpr decltype(&findNewStrict) kFinders[] = {nullptr, findNewStrict, findNewLoose,
