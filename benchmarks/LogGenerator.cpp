@@ -1,6 +1,7 @@
 #include "benchmarks/LogGenerator.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdio>
 #include <random>
 
@@ -27,13 +28,15 @@ class Writer {
   private:
     int below(int bound) { return static_cast<int>(mRandom() % bound); }
 
-    template <typename... Values>
-    void add(const char* format, Values... values) {
+    __attribute__((format(printf, 2, 3))) void add(const char* format, ...) {
         if (mLines == 0) {
             return;
         }
         char line[256];
-        int size = snprintf(line, sizeof(line), format, values...);
+        va_list values;
+        va_start(values, format);
+        int size = vsnprintf(line, sizeof(line), format, values);
+        va_end(values);
         mText.append(line, size).push_back('\n');
         --mLines;
     }

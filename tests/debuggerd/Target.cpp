@@ -121,7 +121,7 @@ void killChild(pid_t child) {
 
 bool eventually(const std::function<bool()>& condition) {
     bool isTrue = condition();
-    for (auto end = Clock::now() + std::chrono::seconds(2); !isTrue && Clock::now() < end;) {
+    for (auto end = Clock::now() + std::chrono::seconds(10); !isTrue && Clock::now() < end;) {
         usleep(500);
         isTrue = condition();
     }

@@ -197,27 +197,5 @@ TEST_F(JvmTest, DumpHasTheChainThenTheStacksOfPeersAndOfProcessesNamedExactly) {
     EXPECT_EQ((std::map<std::string, std::string>{}), frames) << "stacks that were never there";
 }
 
-TEST_F(JvmTest, TwoJobsInOneDirectoryLeaveBothFilesWhole) {
-    std::string peer, named;
-    auto isWhole = [&](const std::string& folder) {
-        peer = readFile(folder + "/peer");
-        named = readFile(folder + "/named");
-        return count(peer, "\n----- end ") == 1 && count(named, "\n----- end ") == 1;
-    };
-    bool isDone = false;
-    for (int attempt = 1; attempt <= 20 && !isDone; ++attempt) {
-        const std::string folder = mFolder + "/" + std::to_string(attempt);
-        dump(sHang["MEDIA"], true, {}, folder + "/peer");
-        dump(sHang["MEDIA"], false, {"/system/bin/mediaserver"}, folder + "/named");
-        EXPECT_TRUE(contains(takeDaemonLog(),
-                             "I dumpTraceAndBinderInfo: Created directory: " + folder));
-        isDone = eventually([&] { return isWhole(folder); }, 3);
-    }
-    expectInOrder(peer,
-                  sHang.texts({"Binder Info:\noutgoing transaction from $MEDIA(",
-                               "\n\n\n----- pid $HARDWARE at ", "----- end $HARDWARE -----"}));
-    EXPECT_EQ(0U, named.find(sHang.text("\n\n----- pid $MEDIA at ")));
-}
-
 }  // namespace
 }  // namespace android::test

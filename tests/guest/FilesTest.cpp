@@ -99,5 +99,34 @@ TEST_F(FileTest, DirectoryIsPrunedToItsFiveNewestFiles) {
     EXPECT_EQ("Binder Info:\nNo binder info found\n", readFile(mFolder + "/new"));
 }
 
+// Several attempts: the second that each capture has may be too little for a busy emulated machine.
+TEST_F(FileTest, TwoJobsInOneDirectoryLeaveBothFilesWhole) {
+    pid_t pids[] = {startInBackground("sleep 30001"), startInBackground("sleep 30002")};
+    std::string texts[2];
+    auto isWhole = [&](int job) {
+        return count(texts[job], "\n----- end " + std::to_string(pids[job])) == 1;
+    };
+    for (int attempt = 1; attempt <= 10 && !(isWhole(0) && isWhole(1)); ++attempt) {
+        const std::string folder = mFolder + "/" + std::to_string(attempt);
+        const std::string files[] = {folder + "/with", folder + "/without"};
+        dump(kNobody, true, {"sleep30001"}, files[0]);
+        dump(kNobody, false, {"sleep30002"}, files[1]);
+        EXPECT_TRUE(contains(takeDaemonLog(),
+                             "I dumpTraceAndBinderInfo: Created directory: " + folder));
+        auto isDone = [&](int job) {
+            texts[job] = isWhole(job) ? texts[job] : readFile(files[job]);
+            return isWhole(job);
+        };
+        eventually([&] { return isDone(0) && isDone(1); }, 4);
+    }
+    const std::string header = "\n\n----- pid ";
+    EXPECT_EQ(0U, texts[0].find("Binder Info:\nNo binder info found\n" + header +
+                                std::to_string(pids[0])));
+    EXPECT_EQ(0U, texts[1].find(header + std::to_string(pids[1])));
+    EXPECT_TRUE(isWhole(0) && isWhole(1)) << texts[0] << texts[1];
+    EXPECT_EQ(1U, count(texts[0], header)) << texts[0];
+    EXPECT_EQ(1U, count(texts[1], header)) << texts[1];
+}
+
 }  // namespace
 }  // namespace android::test

@@ -95,7 +95,7 @@ TEST_F(BinderLogParserTest, ReplacesWhatItHeldAndSaysWhatItCannotOpen) {
     // What opens but can't be read is an empty log.
     EXPECT_TRUE(parser.parse("/proc"));
     EXPECT_EQ(takeLog(), Texts{});
-    write("log", "proc 7\n\n  x\0y");
+    write("log", std::string("proc 7\n\n  x\0y", 13));
     parser.parse(path("log"));
     EXPECT_EQ(takeLog(), (Texts{"D parse: line: proc 7", "D parse: line: ", "D parse: line:   x"}));
     write("log", "proc 2147483648\n");

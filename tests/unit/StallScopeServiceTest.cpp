@@ -2,7 +2,8 @@
 
 #include <unistd.h>
 
-#include <thread>
+#include <future>
+#include <mutex>
 
 #include "service/Utf8Repair.h"
 #include "tests/support/FakeDevice.h"
@@ -173,16 +174,15 @@ TEST_F(Service, ServesTheMethodsThatReadNoLog) {
 }
 
 TEST_F(Service, ReturnsFromTheAsynchronousDumpBeforeTheFirstCapture) {
-    std::atomic<bool> mayCapture = false;
+    std::mutex captures;
+    captures.lock();
     scriptCaptures([&](int pid, DebuggerdDumpType type, int fd) {
-        while (!mayCapture) {
-            usleep(1000);
-        }
+        std::lock_guard<std::mutex> guard(captures);
         return writeCapture(pid, type, fd);
     });
     // The thread must not depend on the caller's arguments.
     EXPECT_TRUE(service.dumpTraceForPidListAsync({41}, "Subject", path("list")).isOk());
-    mayCapture = true;
+    captures.unlock();
     for (int i = 0; i < 500 && read("list") != "Subject\nnative 41\n"; ++i) {
         usleep(10'000);
     }
@@ -192,16 +192,13 @@ TEST_F(Service, ReturnsFromTheAsynchronousDumpBeforeTheFirstCapture) {
 
 TEST_F(Service, ServesConcurrentCalls) {
     write(kBinderLogPath, kLog);
-    std::vector<std::thread> callers(8);
-    for (std::thread& caller : callers) {
-        caller = std::thread([this] {
+    std::vector<std::future<void>> calls(8);
+    for (std::future<void>& call : calls) {
+        call = std::async(std::launch::async, [this] {
             Answer answer;
             ask(0, &answer);
             EXPECT_EQ(answer.lists[0].back(), kCall.reported());
         });
-    }
-    for (std::thread& caller : callers) {
-        caller.join();
     }
 }
 

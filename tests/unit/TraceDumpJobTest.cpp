@@ -17,6 +17,7 @@ namespace android::test {
 namespace fs = std::filesystem;
 
 using testing::Contains;
+using testing::UnorderedElementsAre;
 
 class TraceDump : public FakeDevice {
   protected:
@@ -39,7 +40,6 @@ class TraceDump : public FakeDevice {
         for (const fs::directory_entry& entry : fs::directory_iterator(path("out"))) {
             names.push_back(entry.path().filename());
         }
-        std::sort(names.begin(), names.end());
         return names;
     }
 
@@ -66,7 +66,7 @@ TEST_F(TraceDump, WritesTheReportThenThePeersThenTheNamedProcesses) {
     EXPECT_EQ(read("out/trace"), "Binder Info:\n" + calls[0].reported() + "\n" +
                                          calls[1].reported() + "\njava 30\nnative 20\njava 10\n");
     EXPECT_EQ(takeCaptures(), (Texts{"java 30 for 1 s", "native 20 for 1 s", "java 10 for 1 s"}));
-    EXPECT_EQ(outputFiles(), (Texts{"old1", "old2", "old3", "old4", "trace"}));
+    EXPECT_THAT(outputFiles(), UnorderedElementsAre("old1", "old2", "old3", "old4", "trace"));
     Texts log = takeLog();
     EXPECT_THAT(log, Contains("D " + function + "Directory exists: " + path("out")));
     EXPECT_THAT(log, Contains("I " + function + "Dumping trace for 'p10' (PID: 10)"));
@@ -110,7 +110,9 @@ TEST_F(TraceDump, CreatesTheDirectoryOrSaysWhyNot) {
 }
 
 TEST_F(TraceDump, CapturesEachPidOnceAsTheFirstThatItIsListedAs) {
-    std::string self = std::to_string(getpid());
+    const std::string self = std::to_string(getpid());
+    const std::string dumpsSelf = "Dumping backtrace for PID: " + self;
+    const std::string isSelf = self + " == getpid()";
     task.withBinderInfo = true;
     task.javaPids = {"30", "30", self};
     task.nativePids = {"20", "30", self, "20", "10"};
@@ -123,10 +125,10 @@ TEST_F(TraceDump, CapturesEachPidOnceAsTheFirstThatItIsListedAs) {
     std::sort(log.end() - 3, log.end());
     Texts expected = {"Start dumping trace for java processes",
                       "Dumping backtrace for PID: 30",
-                      "Dumping backtrace for PID: " + self,
+                      dumpsSelf,
                       "Start dumping trace for native processes",
                       "Dumping backtrace for PID: 20",
-                      self + " == getpid()",
+                      isSelf,
                       "Dumping backtrace for PID: 10",
                       "Start dumping trace for processes",
                       "Processes list is not empty",
@@ -172,8 +174,8 @@ TEST_F(TraceDump, KeepsTheFiveNewestFilesAndAllElseOrEndsTheProcess) {
     mkfifo(path("out/fifo").c_str(), 0600);
     for (int round = 0; round < 2; ++round) {
         pruneToNewestFiles(path("out"));
-        EXPECT_EQ(outputFiles(),
-                  (Texts{"dangling", "fifo", "old1", "old2", "old3", "old4", "old5", "sub"}));
+        EXPECT_THAT(outputFiles(), UnorderedElementsAre("dangling", "fifo", "old1", "old2", "old3",
+                                                        "old4", "old5", "sub"));
     }
     EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("no")); }), "filesystem_error");
     EXPECT_DEATH(runAsDaemon([&] { pruneToNewestFiles(path("out/old1")); }), "filesystem_error");
@@ -183,8 +185,8 @@ TEST_F(TraceDump, KeepsTheFiveNewestFilesAndAllElseOrEndsTheProcess) {
 }
 
 TEST(String16Conversion, GivesUtf8UpToTheFirstNul) {
-    EXPECT_EQ(string16ToString(String16(u"a\u00e9\u20ac\U0001f600")), "a\u00e9\u20ac\U0001f600");
-    EXPECT_EQ(string16ToString(String16(u"a\0b", 3)), "a");
+    EXPECT_EQ(string16ToString(String16(u"\u00e9\u20ac\U0001f600\0b", 6)),
+              "\u00e9\u20ac\U0001f600");
 }
 
 }  // namespace android::test
