@@ -160,7 +160,7 @@ class ArgumentReader {
                 optionsEnded = true;
                 continue;
             }
-            const Result result =
+            Result result =
                     !optionsEnded && looksLikeOption(word) ? readOption(word) : readOperand(word);
             if (result.failed()) {
                 return result;

@@ -11,9 +11,7 @@ constexpr char kReplacement[] = "\xef\xbf\xbd";
 
 // First bytes of a sequence, its length, and the range of its second byte; the others are 80 to bf.
 struct SequenceClass {
-    unsigned char first, last;
-    size_t length;
-    unsigned char secondFirst, secondLast;
+    unsigned char first, last, length, secondFirst, secondLast;
 };
 
 constexpr SequenceClass kSequenceClasses[] = {

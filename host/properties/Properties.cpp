@@ -50,13 +50,13 @@ size_t readValue(const char* name, char (&value)[PROPERTY_VALUE_MAX + 1]) {
 }  // namespace
 
 // A device refuses to set a value that is too long; here such a file counts as not set.
-extern "C" int property_get(const char* key, char* value, const char* default_value) {
+extern "C" int property_get(const char* key, char* value, const char* defaultValue) {
     char found[PROPERTY_VALUE_MAX + 1];
     size_t length = readValue(key, found);
     const char* source = found;
-    if (length == 0 && default_value != nullptr) {
-        source = default_value;
-        length = strnlen(default_value, PROPERTY_VALUE_MAX - 1);
+    if (length == 0 && defaultValue != nullptr) {
+        source = defaultValue;
+        length = strnlen(defaultValue, PROPERTY_VALUE_MAX - 1);
     }
     memcpy(value, source, length);
     value[length] = '\0';

@@ -21,7 +21,9 @@ class SecondDriver {
   public:
     SecondDriver()
           : mFd(open(android::ProcessState::self()->getDriverName().c_str(), O_RDWR | O_CLOEXEC)) {
-        mmap(nullptr, 64 * 1024, PROT_READ, MAP_PRIVATE, mFd.get(), 0);
+        if (mmap(nullptr, 64 * 1024, PROT_READ, MAP_PRIVATE, mFd.get(), 0) == MAP_FAILED) {
+            mFd.reset();
+        }
     }
 
     // False when the driver refuses or the peer fails; else `reply` points into the mapping.
@@ -67,7 +69,7 @@ class SecondDriver {
         return BR_NOOP;
     }
 
-    const android::base::unique_fd mFd;
+    android::base::unique_fd mFd;
 };
 
 // The handle of a registered service, 0 (servicemanager itself) when there is none.

@@ -11,7 +11,7 @@
 
 namespace {
 
-JavaVM* gJavaVm = nullptr;
+JavaVM* sJavaVm = nullptr;
 
 std::string toString(JNIEnv* env, jstring text) {
     const char* chars = env->GetStringUTFChars(text, nullptr);
@@ -30,7 +30,7 @@ class JavaService : public android::BBinder {
     android::status_t onTransact(uint32_t, const android::Parcel&, android::Parcel*,
                                  uint32_t) override {
         JNIEnv* env = nullptr;
-        if (gJavaVm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_10) != JNI_OK) {
+        if (sJavaVm->GetEnv(reinterpret_cast<void**>(&env), JNI_VERSION_10) != JNI_OK) {
             return android::INVALID_OPERATION;
         }
         env->CallStaticVoidMethod(mStageJvm, mOnTransact);
@@ -45,7 +45,7 @@ class JavaService : public android::BBinder {
 }  // namespace
 
 extern "C" JNIEXPORT jint JNI_OnLoad(JavaVM* vm, void*) {
-    gJavaVm = vm;
+    sJavaVm = vm;
     stage::eraseArguments();
     return JNI_VERSION_10;
 }

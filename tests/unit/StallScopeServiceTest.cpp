@@ -51,22 +51,22 @@ class Service : public FakeDevice {
         Texts* l = a->lists.data();
         switch (method) {
             case 0:
-                return service.getTransaction(10, l, l + 1, l + 2, l + 3, l + 4, l + 5, l + 6,
-                                              l + 7, &a->result);
+                return service->getTransaction(10, l, l + 1, l + 2, l + 3, l + 4, l + 5, l + 6,
+                                               l + 7, &a->result);
             case 1:
-                return service.getAsyncTransaction(10, 20, l, l + 1, l + 2, &a->result);
+                return service->getAsyncTransaction(10, 20, l, l + 1, l + 2, &a->result);
             case 2:
-                return service.getThreadFullInfo(10, l, l + 1, l + 2);
+                return service->getThreadFullInfo(10, l, l + 1, l + 2);
             case 3:
-                return service.printfProcBinderInfo(10, "tag");
+                return service->printfProcBinderInfo(10, "tag");
             case 4:
-                return service.checkTransaction(10, 2, l, l + 1, &a->result);
+                return service->checkTransaction(10, 2, l, l + 1, &a->result);
             default:
-                return service.getTransactProc(10, "tag", l, l + 1, l + 2);
+                return service->getTransactProc(10, "tag", l, l + 1, l + 2);
         }
     }
 
-    StallScopeService service;
+    sp<StallScopeService> service = new StallScopeService;
 };
 
 TEST_F(Service, AddsNothingWithoutALogAProcessOrACall) {
@@ -159,17 +159,17 @@ TEST_F(Service, RepairsNamesThatTheStubWouldRefuse) {
 TEST_F(Service, ServesTheMethodsThatReadNoLog) {
     link("/proc/41/fd/0", "x");
     int32_t amount = 0;
-    EXPECT_TRUE(service.getFdSize(41, &amount).isOk());
+    EXPECT_TRUE(service->getFdSize(41, &amount).isOk());
     EXPECT_EQ(amount, 3);
-    EXPECT_TRUE(service.catchFdInfo(path("fds"), 41).isOk());
+    EXPECT_TRUE(service->catchFdInfo(path("fds"), 41).isOk());
     EXPECT_EQ(read("fds"), "/proc/41/fd/0 -> x\n");
     for (bool isTimeLeft : {true, false}) {
         bool result = !isTimeLeft;
-        service.dumpTraceForPidWithTimeout(41, isTimeLeft ? 5 : 0, path("one"), &result);
+        service->dumpTraceForPidWithTimeout(41, isTimeLeft ? 5 : 0, path("one"), &result);
         EXPECT_EQ(result, isTimeLeft);
     }
     EXPECT_EQ(read("one"), "native 41\n");
-    EXPECT_TRUE(service.dumpTraceForPidList({41}, "Subject", path("list")).isOk());
+    EXPECT_TRUE(service->dumpTraceForPidList({41}, "Subject", path("list")).isOk());
     EXPECT_EQ(read("list"), "Subject\nnative 41\n");
 }
 
@@ -181,7 +181,7 @@ TEST_F(Service, ReturnsFromTheAsynchronousDumpBeforeTheFirstCapture) {
         return writeCapture(pid, type, fd);
     });
     // The thread must not depend on the caller's arguments.
-    EXPECT_TRUE(service.dumpTraceForPidListAsync({41}, "Subject", path("list")).isOk());
+    EXPECT_TRUE(service->dumpTraceForPidListAsync({41}, "Subject", path("list")).isOk());
     captures.unlock();
     for (int i = 0; i < 500 && read("list") != "Subject\nnative 41\n"; ++i) {
         usleep(10'000);
