@@ -83,7 +83,9 @@ uint32_t lookUp(SecondDriver* driver, const std::string& service) {
         return 0;
     }
     const auto offset = *reinterpret_cast<const binder_size_t*>(reply.data.ptr.offsets);
-    return reinterpret_cast<const flat_binder_object*>(reply.data.ptr.buffer + offset)->handle;
+    flat_binder_object found;  // in the reply on four bytes only
+    memcpy(&found, reinterpret_cast<const void*>(reply.data.ptr.buffer + offset), sizeof(found));
+    return found.handle;
 }
 
 }  // namespace

@@ -83,10 +83,6 @@ std::vector<int> exitsOfTheDaemon() {
     return statuses;
 }
 
-std::string outputOfTheDaemon() {
-    return readFile("/var/log/stallscope.log");
-}
-
 size_t daemonThreadsIn(const std::string& kernelFunction) {
     size_t count = 0;
     std::error_code gone;

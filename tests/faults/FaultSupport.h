@@ -34,8 +34,6 @@ void expectEverythingWorks(const sp<IStallscope>& daemon);
 
 // The exit statuses of the daemon that init has noted so far.
 std::vector<int> exitsOfTheDaemon();
-// What the daemon has written to its standard error so far; the reason of an abort is there.
-std::string outputOfTheDaemon();
 
 // How many threads of the daemon wait in a kernel function.
 size_t daemonThreadsIn(const std::string& kernelFunction);

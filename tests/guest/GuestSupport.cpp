@@ -18,6 +18,18 @@ namespace android::test {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr char kDaemonOutput[] = "/var/log/stallscope.log";
+
+class SanitizerCheck : public testing::Environment {
+    void TearDown() override { expectNoSanitizerReport(); }
+};
+
+testing::Environment* const sSanitizerCheck = testing::AddGlobalTestEnvironment(new SanitizerCheck);
+
+}  // namespace
+
 sp<IStallscope> stallscope() {
     // servicemanager tells of a registration through a call into this process.
     ProcessState::self()->startThreadPool();
@@ -42,6 +54,19 @@ pid_t daemonPid() {
 void killDaemon() {
     kill(daemonPid(), SIGKILL);
     EXPECT_TRUE(eventually([] { return daemonPid() == 0; }));
+}
+
+std::string outputOfTheDaemon() {
+    return readFile(kDaemonOutput);
+}
+
+void forgetOutputOfTheDaemon() {
+    writeFile(kDaemonOutput, "");
+}
+
+void expectNoSanitizerReport() {
+    const std::string written = outputOfTheDaemon();
+    EXPECT_EQ(0U, count(written, "Sanitizer") + count(written, "runtime error:")) << written;
 }
 
 void setDebugSwitch(const std::string& value) {

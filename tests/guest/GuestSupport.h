@@ -23,6 +23,11 @@ constexpr pid_t kNobody = 4194304;  // one more than the highest process id ther
 sp<IStallscope> stallscope();
 pid_t daemonPid();  // 0 when it does not run
 void killDaemon();
+// What the daemon has written to its standard error so far; the reason of an abort is there.
+std::string outputOfTheDaemon();
+void forgetOutputOfTheDaemon();
+// Also done at the end of each program of tests.
+void expectNoSanitizerReport();
 // The debug switch of daemons started from now on.
 void setDebugSwitch(const std::string& value);
 
