@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -41,22 +42,25 @@ void unshareMounts() {
         std::ofstream("/proc/self/uid_map") << uidMap;
         std::ofstream("/proc/self/gid_map") << gidMap;
     }
-    mountAt("/", "", MS_REC | MS_PRIVATE);
+    // What is mounted on these must not show outside. The root itself can't be asked: in a chroot
+    // it is no mount point.
+    mountAt("/dev", "", MS_REC | MS_PRIVATE);
+    mountAt("/proc", "", MS_REC | MS_PRIVATE);
 }
 
-// A tmpfs can't be mounted over /dev without losing the devices; keep the few that tests use.
+// Keeps the few devices that tests use.
 void replaceDev() {
-    char keep[] = "/tmp/stallscope-dev-XXXXXX";
-    check(mkdtemp(keep) != nullptr, "mkdtemp");
-    mountAt(keep, "/dev", MS_BIND | MS_REC);
-    mountAt("/dev", "tmpfs", 0);
-    for (const char* device : {"/null", "/full", "/urandom"}) {
-        std::string target = std::string("/dev") + device;
-        std::ofstream(target).flush();
-        mountAt(target, keep + std::string(device), MS_BIND);
+    const std::string devices[] = {"/dev/null", "/dev/full", "/dev/urandom"};
+    std::vector<std::string> originals;
+    for (const std::string& device : devices) {
+        int fd = open(device.c_str(), O_PATH | O_CLOEXEC);
+        originals.push_back("/proc/self/fd/" + std::to_string(fd));
     }
-    umount2(keep, MNT_DETACH);
-    rmdir(keep);
+    mountAt("/dev", "tmpfs", 0);
+    for (size_t i = 0; i < originals.size(); ++i) {
+        std::ofstream(devices[i]).flush();
+        mountAt(devices[i], originals[i], MS_BIND);
+    }
     std::filesystem::create_directories("/dev/binderfs/binder_logs");
 }
 
