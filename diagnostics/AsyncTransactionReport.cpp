@@ -45,7 +45,7 @@ bool getAsyncBinderTransactions(int anrFromPid, int pid, BinderLogParser& parser
     }
     bool isBlocked = false;
     for (const BinderTransaction& call : parser.getProcessTransactionsByType(pid, kPendingAsync)) {
-        std::string line = namedLine("pending async transaction", call, readPeerNames(call));
+        std::string line = namedLine("pending async transaction", call, readCallTexts(call));
         LOG_LINE(ANDROID_LOG_DEBUG, __func__, "Aync transaction line:  %s", line.c_str());
         if (call.fromPid != anrFromPid || call.toPid != pid) {
             continue;

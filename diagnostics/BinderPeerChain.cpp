@@ -27,14 +27,14 @@ void getBinderToProcess(int pid, BinderLogParser& parser, const std::string& tag
     const char* function = __func__;
     auto enter = [&](int each) { return announceProcess(each, parser, tag); };
     auto visit = [&](int sender, const BinderTransaction& call, bool /*isStart*/) {
-        PeerNames names = readPeerNames(call);
-        std::string line = namedLine("outgoing transaction", call, names);
+        CallTexts texts = readCallTexts(call);
+        std::string line = namedLine("outgoing transaction", call, texts);
         __android_log_buf_print(LOG_ID_SYSTEM, ANDROID_LOG_WARN, tag.c_str(), "%s", line.c_str());
         lines->push_back(std::move(line));
 
         std::string receiver = std::to_string(call.toPid);
         if (containsText(*peerPids, receiver) ||
-            containsText(*peerCmdlines, names.receiverCmdline)) {
+            containsText(*peerCmdlines, texts.receiverCmdline)) {
             LOG_LINE(ANDROID_LOG_DEBUG, function, "%s is in list", receiver.c_str());
             return kFollowNobody;
         }
@@ -42,7 +42,7 @@ void getBinderToProcess(int pid, BinderLogParser& parser, const std::string& tag
             return kFollowNobody;
         }
         peerPids->push_back(std::move(receiver));
-        peerCmdlines->push_back(std::move(names.receiverCmdline));
+        peerCmdlines->push_back(std::move(texts.receiverCmdline));
         return call.toPid;
     };
     walkOutgoing(pid, parser, enter, visit);

@@ -39,7 +39,7 @@ void getBinderThreadFullInfo(int pid, BinderLogParser& parser, std::vector<std::
         return;
     }
     for (const BinderTransaction& call : parser.getProcessTransactionsByType(pid, kIncoming)) {
-        std::string line = namedLine("incoming transaction", call, readPeerNames(call));
+        std::string line = namedLine("incoming transaction", call, readCallTexts(call));
         LOG_LINE(ANDROID_LOG_DEBUG, kReport, "incoming transaction line:  %s", line.c_str());
         lines->push_back(std::move(line));
         if (call.fromPid >= 1) {

@@ -26,14 +26,14 @@ struct OptionalLists {
     }
 };
 
-void appendOptional(const BinderTransaction& call, const PeerNames& names,
+void appendOptional(const BinderTransaction& call, const CallTexts& texts,
                     const OptionalLists& lists) {
     if (!lists.areComplete()) {
         return;
     }
-    lists.senderCmdlines->push_back(names.senderCmdline);
-    lists.receiverCmdlines->push_back(names.receiverCmdline);
-    lists.elapsedTexts->push_back(std::to_string(call.elapsed));
+    lists.senderCmdlines->push_back(texts.senderCmdline);
+    lists.receiverCmdlines->push_back(texts.receiverCmdline);
+    lists.elapsedTexts->push_back(texts.elapsed);
     lists.senderPids->push_back(std::to_string(call.fromPid));
     lists.receiverPids->push_back(std::to_string(call.toPid));
 }
@@ -78,11 +78,11 @@ bool getBinderTransactions(int pid, BinderLogParser& parser, std::vector<std::st
     bool isBlocked = false;
     auto enter = [&](int each) { return requireProcess(kReport, each, parser); };
     auto visit = [&](int sender, const BinderTransaction& call, bool isStart) {
-        PeerNames names = readPeerNames(call);
-        std::string line = namedLine("outgoing transaction", call, names);
+        CallTexts texts = readCallTexts(call);
+        std::string line = namedLine("outgoing transaction", call, texts);
         LOG_LINE(ANDROID_LOG_DEBUG, kReport, "transaction line:  %s", line.c_str());
         lines->push_back(std::move(line));
-        appendOptional(call, names, optional);
+        appendOptional(call, texts, optional);
 
         std::string receiver = std::to_string(call.toPid);
         if (isPidInLists(kReport, receiver, javaPids, nativePids) || !leadsOn(sender, call)) {
@@ -91,7 +91,7 @@ bool getBinderTransactions(int pid, BinderLogParser& parser, std::vector<std::st
         int adj = getOomAdjOfPid(call.toPid);
         LOG_LINE(ANDROID_LOG_DEBUG, kReport, "adj is %d", adj);
         std::vector<std::string>* list =
-                listFor(classifyOomAdj(adj), receiver, names.receiverCmdline, javaPids, nativePids);
+                listFor(classifyOomAdj(adj), receiver, texts.receiverCmdline, javaPids, nativePids);
         if (list == nullptr) {
             return kFollowNobody;
         }

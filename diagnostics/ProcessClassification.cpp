@@ -1,6 +1,6 @@
 #include "diagnostics/ProcessClassification.h"
-#include "diagnostics/TransactionRules.h"
 
+#include "diagnostics/TransactionRules.h"
 #include "service/LogLine.h"
 
 namespace android {
