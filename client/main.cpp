@@ -81,17 +81,22 @@ Result run(const Command& command, const std::vector<std::string>& words, Argume
 }
 
 Result run(const std::vector<std::string>& words, Arguments* arguments) {
-    if (words.empty()) {
-        return {kUsage, "no command given; see stallscopectl --help"};
+    // Options may stand before the command as well.
+    const auto name = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+        return word.empty() || word[0] != '-';
+    });
+    if (name == words.end()) {
+        const bool wantsHelp = !words.empty() && (words[0] == "--help" || words[0] == "-h");
+        return wantsHelp ? printOut(overallHelp())
+                         : Result{kUsage, "no command given; see stallscopectl --help"};
     }
-    if (words[0] == "--help" || words[0] == "-h") {
-        return printOut(overallHelp());
-    }
-    const Command* command = findCommand(words[0]);
+    const Command* command = findCommand(*name);
     if (command == nullptr) {
-        return {kUsage, "unknown command " + printable(words[0]) + "; see stallscopectl --help"};
+        return {kUsage, "unknown command " + printable(*name) + "; see stallscopectl --help"};
     }
-    return run(*command, {words.begin() + 1, words.end()}, arguments);
+    std::vector<std::string> others(words.begin(), name);
+    others.insert(others.end(), name + 1, words.end());
+    return run(*command, others, arguments);
 }
 
 }  // namespace
