@@ -1,11 +1,6 @@
-#include <android-base/file.h>
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "Target.h"
 
@@ -70,9 +65,8 @@ TEST_F(JavaCapture, OnlyRunningJvmsThatTakeSigquitAreAsked) {
         kill(jvm.pid(), signal);
         ASSERT_TRUE(jvm.reachesState(signal == SIGSTOP ? "T" : "S"));
         Capture dump = capture(jvm.pid(), kJava);
-        std::string pid = std::to_string(jvm.pid());
-        EXPECT_EQ(isAsked, dump.text.find("\n\n----- pid " + pid) == 0);
-        EXPECT_EQ(isAsked, dump.contains("'\n\nthreads\n\n----- end " + pid + " -----\n"));
+        std::string end = "'\n\nthreads\n\n----- end " + std::to_string(jvm.pid()) + " -----\n";
+        EXPECT_EQ(isAsked, dump.contains(end)) << dump.text;
         EXPECT_NE(isAsked, dump.failedAtOnce());
         EXPECT_TRUE(eventually([&] { return jvm.status("ShdPnd") == "0000000000000000"; }));
         kill(jvm.pid(), SIGCONT);
@@ -94,9 +88,10 @@ TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
     auto hangs = [&] { return system(find.c_str()) == 0; };
     EXPECT_TRUE(capture(jvm.pid(), kJava, 1).timedOutAfterASecond());
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
-    pid_t caller = startCaller(jvm.pid(), kJava);
-    EXPECT_TRUE(eventually(hangs));
-    killChild(caller);
+    {
+        Target caller = callerFor(jvm.pid(), kJava);
+        EXPECT_TRUE(eventually(hangs));
+    }
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
 }
 

@@ -3,8 +3,6 @@
 #include <binder/IServiceManager.h>
 #include <signal.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <regex>
@@ -15,17 +13,12 @@ namespace android::test {
 
 namespace fs = std::filesystem;
 
+std::string procFile(pid_t pid, const std::string& name) {
+    return "/proc/" + std::to_string(pid) + "/" + name;
+}
+
 pid_t stageProcess(const std::string& knobs) {
     return startInBackground("\"$STALLSCOPE_STAGE_BIN/stage_process\" " + knobs);
-}
-
-void killAndReap(pid_t pid) {
-    kill(pid, SIGKILL);
-    EXPECT_TRUE(eventually([&] { return !fs::exists("/proc/" + std::to_string(pid)); }));
-}
-
-bool isNative(pid_t pid) {
-    return readFile("/proc/" + std::to_string(pid) + "/oom_score_adj") == "-1000\n";
 }
 
 pid_t stageCaller(const std::string& knobs) {
@@ -36,6 +29,20 @@ pid_t stageCaller(const std::string& knobs) {
         return calls.size() == 1 && calls[0].toPid == hang().hardware;
     }));
     return pid;
+}
+
+pid_t stageCrowd() {
+    pid_t pid = stageProcess("--adj -1000 --idle-threads 40");
+    EXPECT_TRUE(eventually([&] {
+        return statusOf(pid, "Threads") == "42" &&
+               readFile(procFile(pid, "oom_score_adj")) == "-1000\n";
+    }));
+    return pid;
+}
+
+void killAndReap(pid_t pid) {
+    kill(pid, SIGKILL);
+    EXPECT_TRUE(eventually([&] { return !fs::exists(procFile(pid, "")); }));
 }
 
 const Hang& hang() {
@@ -49,14 +56,38 @@ const Hang& hang() {
     return sHang;
 }
 
-void expectEverythingWorks(const sp<IStallscope>& daemon) {
-    Texts lines, java, native, others[5];
+Report getTransaction(const sp<IStallscope>& daemon, pid_t pid) {
+    Report report;
+    Texts others[4];
     bool isBlocked = false;
-    EXPECT_TRUE(daemon->getTransaction(hang().app, &lines, &java, &native, &others[0], &others[1],
-                                       &others[2], &others[3], &others[4], &isBlocked)
-                        .isOk());
-    EXPECT_EQ(1U, lines.size());
-    EXPECT_EQ(Texts{std::to_string(hang().hardware)}, native);
+    binder::Status status = daemon->getTransaction(pid, &report.lines, &report.java, &report.native,
+                                                   &report.senders, &others[0], &others[1],
+                                                   &others[2], &others[3], &isBlocked);
+    EXPECT_TRUE(status.isOk()) << status;
+    return report;
+}
+
+bool capture(const sp<IStallscope>& daemon, pid_t pid, const std::string& file) {
+    bool isCaptured = false;
+    binder::Status status = daemon->dumpTraceForPidWithTimeout(pid, 20, file, &isCaptured);
+    EXPECT_TRUE(status.isOk()) << status;
+    return isCaptured;
+}
+
+bool hasWholeSections(const std::string& text) {
+    static const std::regex mark("----- (pid|end) (\\d+) ");
+    static const std::regex wholeSections("(pid (\\d+) end \\2 )*");
+    std::string marks;
+    for (std::sregex_iterator it(text.begin(), text.end(), mark), end; it != end; ++it) {
+        marks += it->format("$1 $2 ");
+    }
+    return std::regex_match(marks, wholeSections);
+}
+
+void expectEverythingWorks(const sp<IStallscope>& daemon) {
+    Report report = getTransaction(daemon, hang().app);
+    EXPECT_EQ(1U, report.lines.size());
+    EXPECT_EQ(Texts{std::to_string(hang().hardware)}, report.native);
 
     int size = 0;
     EXPECT_TRUE(daemon->getFdSize(hang().app, &size).isOk());
@@ -64,20 +95,18 @@ void expectEverythingWorks(const sp<IStallscope>& daemon) {
 
     const std::string file = "/tmp/everything-works";
     fs::remove(file);
-    bool isCaptured = false;
-    EXPECT_TRUE(daemon->dumpTraceForPidWithTimeout(hang().hardware, 20, file, &isCaptured).isOk());
-    EXPECT_TRUE(isCaptured);
+    EXPECT_TRUE(capture(daemon, hang().hardware, file));
     std::string stacks = readFile(file);
-    EXPECT_NE(std::string::npos, stacks.find("waitForSensorThatNeverAnswers")) << stacks;
+    EXPECT_THAT(stacks, testing::HasSubstr("waitForSensorThatNeverAnswers"));
     EXPECT_TRUE(hasWholeSections(stacks)) << stacks;
 }
 
 std::vector<int> exitsOfTheDaemon() {
-    const std::string start = "stallscope exited with status ";
     std::vector<int> statuses;
     for (const std::string& line : linesOf(readFile("/var/log/stallscope-init.log"))) {
-        if (line.rfind(start, 0) == 0) {
-            statuses.push_back(std::stoi(line.substr(start.size())));
+        if (int status = 0;
+            sscanf(line.c_str(), "stallscope exited with status %d", &status) == 1) {
+            statuses.push_back(status);
         }
     }
     return statuses;
@@ -86,8 +115,7 @@ std::vector<int> exitsOfTheDaemon() {
 size_t daemonThreadsIn(const std::string& kernelFunction) {
     size_t count = 0;
     std::error_code gone;
-    for (const auto& entry :
-         fs::directory_iterator("/proc/" + std::to_string(daemonPid()) + "/task", gone)) {
+    for (const auto& entry : fs::directory_iterator(procFile(daemonPid(), "task"), gone)) {
         count += readFile(entry.path() / "wchan").rfind(kernelFunction, 0) == 0 ? 1 : 0;
     }
     return count;
@@ -98,14 +126,14 @@ bool isDaemonIdle() {
 }
 
 size_t countFds(pid_t pid) {
-    auto entries = fs::directory_iterator("/proc/" + std::to_string(pid) + "/fd");
+    auto entries = fs::directory_iterator(procFile(pid, "fd"));
     return std::distance(fs::begin(entries), fs::end(entries));
 }
 
 Texts takeErrors() {
     static const std::regex ordinary(
-            "succeeded for pid|processes done|Failed to open /proc/|"
-            "No transactions found for pid");
+            "succeeded for pid|processes done|Failed to open /proc/|No transactions found for pid|"
+            "Native stack dump failed");
     Texts errors;
     for (const std::string& line : takeDaemonLog()) {
         if (line.rfind("E ", 0) == 0 && !std::regex_search(line, ordinary)) {
@@ -113,19 +141,6 @@ Texts takeErrors() {
         }
     }
     return errors;
-}
-
-void refuseNewThreads(pid_t pid) {
-    const std::string group = "/tmp/cgroup/full";
-    fs::create_directories("/tmp/cgroup");
-    if (!fs::exists("/tmp/cgroup/cgroup.procs")) {
-        EXPECT_EQ(0, mount("cgroup2", "/tmp/cgroup", "cgroup2", 0, nullptr));
-        writeFile("/tmp/cgroup/cgroup.subtree_control", "+pids");
-        fs::create_directories(group);
-        writeFile(group + "/pids.max", "1");
-    }
-    writeFile(group + "/cgroup.procs", std::to_string(pid));
-    EXPECT_EQ(std::to_string(pid) + "\n", readFile(group + "/cgroup.procs"));
 }
 
 OtherKernelLog::OtherKernelLog(const std::string& path) {
@@ -136,37 +151,16 @@ OtherKernelLog::~OtherKernelLog() {
     EXPECT_EQ(0, umount2(kKernelLog, MNT_DETACH));
 }
 
-FileSystem::FileSystem(const std::string& path, const std::string& options) : mPath(path) {
-    fs::create_directories(path);
-    EXPECT_EQ(0, mount("tmpfs", path.c_str(), "tmpfs", 0, options.c_str())) << options;
-}
-
-FileSystem::~FileSystem() {
-    EXPECT_EQ(0, umount2(mPath.c_str(), MNT_DETACH));
-}
-
-void FileSystem::remount(const std::string& options, unsigned long flags) const {
-    EXPECT_EQ(0, mount(nullptr, mPath.c_str(), nullptr, MS_REMOUNT | flags, options.c_str()));
-}
-
-// What the build made may lie in a folder that is closed to others; in the guest it can be opened.
-static void openToEverybody(const std::string& program) {
-    for (const std::string& file :
-         linesOf(output("echo '" + program + "'; ldd '" + program + "' | grep -o '/[^ ]*'"))) {
-        for (fs::path folder = fs::path(file).parent_path(); folder != folder.root_path();
-             folder = folder.parent_path()) {
-            if ((fs::status(folder).permissions() & fs::perms::others_exec) == fs::perms::none) {
-                fs::permissions(folder, fs::perms::others_exec, fs::perm_options::add);
-            }
-        }
-    }
-}
-
 sp<IStallscope> startAsUser(int uid) {
     if (daemonPid() != 0) {
         killDaemon();
     }
-    openToEverybody(DAEMON);
+    // What the build made may lie in a folder that is closed to others; in the guest it can be
+    // opened.
+    output("for file in " DAEMON " $(ldd " DAEMON
+           " | grep -o '/[^ ]*'); do"
+           " while file=${file%/*}; [ \"$file\" ]; do echo \"$file\"; done; done |"
+           " sort -u | xargs chmod o+x");
     const std::string user = std::to_string(uid);
     startInBackground("sh -c 'cd /; setpriv --reuid=" + user + " --regid=" + user +
                       " --clear-groups env $STALLSCOPE_DAEMON_ENV " DAEMON
@@ -180,25 +174,19 @@ sp<IStallscope> startAsUser(int uid) {
     return interface_cast<IStallscope>(binder);
 }
 
-bool hasWholeSections(const std::string& text) {
-    std::string open;
-    for (const std::string& line : linesOf(text)) {
-        std::smatch pid;
-        static const std::regex begin("----- pid (\\d+) at .* -----"),
-                end("----- end (\\d+) -----");
-        if (std::regex_match(line, pid, begin)) {
-            if (!open.empty()) {
-                return false;
-            }
-            open = pid[1];
-        } else if (std::regex_match(line, pid, end)) {
-            if (open != pid[1]) {
-                return false;
-            }
-            open.clear();
-        }
-    }
-    return open.empty();
+void FaultTest::SetUp() {
+    hang();
+    mDaemon = stallscope();
+    getTransaction(mDaemon, hang().app);
+    mPid = daemonPid();
+    mFds = countFds(mPid);
+    takeErrors();
+}
+
+void FaultTest::TearDown() {
+    EXPECT_EQ(mPid, daemonPid());
+    EXPECT_EQ(mFds, countFds(mPid));
+    expectEverythingWorks(mDaemon);
 }
 
 }  // namespace android::test

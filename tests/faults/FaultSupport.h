@@ -1,6 +1,8 @@
 #ifndef STALLSCOPE_TESTS_FAULTS_FAULTSUPPORT_H
 #define STALLSCOPE_TESTS_FAULTS_FAULTSUPPORT_H
 
+#include <gmock/gmock.h>
+
 #include "tests/guest/GuestSupport.h"
 
 namespace android::test {
@@ -18,9 +20,11 @@ constexpr bool kIsSanitized = false;
 pid_t stageProcess(const std::string& knobs);
 // One whose main thread waits for the hardware of hang().
 pid_t stageCaller(const std::string& knobs);
+// A native one with 42 threads, whose stacks take more than a page.
+pid_t stageCrowd();
 void killAndReap(pid_t pid);
-// Whether its oom_score_adj has become that of a native process.
-bool isNative(pid_t pid);
+// A file of a process under /proc.
+std::string procFile(pid_t pid, const std::string& name);
 
 // A hang that lasts as long as the guest: app waits for hardware, which never answers.
 struct Hang {
@@ -29,24 +33,28 @@ struct Hang {
 };
 const Hang& hang();
 
+struct Report {
+    Texts lines, java, native, senders;
+};
+Report getTransaction(const sp<IStallscope>& daemon, pid_t pid);
+// Whether the process could be captured.
+bool capture(const sp<IStallscope>& daemon, pid_t pid, const std::string& file);
+// Whether each section of stacks in a text that was begun was also ended.
+bool hasWholeSections(const std::string& text);
 // Fails unless the daemon tells of the hang, counts descriptors and captures stacks.
 void expectEverythingWorks(const sp<IStallscope>& daemon);
 
 // The exit statuses of the daemon that init has noted so far.
 std::vector<int> exitsOfTheDaemon();
-
 // How many threads of the daemon wait in a kernel function.
 size_t daemonThreadsIn(const std::string& kernelFunction);
 // Whether all of them wait for calls: nothing runs in the background.
 bool isDaemonIdle();
 size_t countFds(pid_t pid);
-
 // The ERROR lines of the daemon since the last time as "function: message". Leaves out those that
-// tell of a success or of a process that is not there.
+// tell of a success or of a process that is not there, and those by which a capture repeats that it
+// has failed.
 Texts takeErrors();
-
-// From now on the process can start neither threads nor processes.
-void refuseNewThreads(pid_t pid);
 
 // In place of the kernel's log while it lives.
 class OtherKernelLog {
@@ -55,22 +63,19 @@ class OtherKernelLog {
     ~OtherKernelLog();
 };
 
-// A file system in memory. What `options` of mount are not given is unlimited.
-class FileSystem {
-  public:
-    FileSystem(const std::string& path, const std::string& options);
-    ~FileSystem();
-    void remount(const std::string& options, unsigned long flags = 0) const;
-
-  private:
-    std::string mPath;
-};
-
 // Starts the daemon as an ordinary user in place of init's.
 sp<IStallscope> startAsUser(int uid);
 
-// Whether each section of stacks in a text that was begun was also ended.
-bool hasWholeSections(const std::string& text);
+// A daemon that has to be the same and as sound after the test, without more descriptors.
+class FaultTest : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    sp<IStallscope> mDaemon;
+    pid_t mPid = 0;
+    size_t mFds = 0;
+};
 
 }  // namespace android::test
 

@@ -4,16 +4,17 @@
 #include <string>
 
 #include "tests/fuzz/Choices.h"
+#include "tests/support/RegexReference.h"
 
 namespace android::test {
 
-// A line that one of the patterns of the binder log matches, or nearly: pieces of the patterns,
-// some of them left out, repeated, exchanged or run into each other. Short enough for std::regex.
-// Holds no line end if `isOneLine`.
-std::string generateLine(Choices* choices, bool isOneLine);
+// A text that one of the patterns of the binder log matches, or nearly: parts of the patterns, some
+// of them left out, repeated, exchanged or run into each other. Short enough for std::regex.
+std::string generateLine(Choices* choices);
 
-// The line as tests/data/hard-lines.txt writes it.
-std::string escape(const std::string& line);
+// Searches the line by the scanner and by the regular expression; true when it matches. Aborts,
+// with the line on stderr, when they don't agree.
+bool checkScanner(Pattern pattern, const std::string& line);
 
 }  // namespace android::test
 

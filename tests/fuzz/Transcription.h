@@ -1,8 +1,8 @@
 #ifndef STALLSCOPE_TESTS_TRANSCRIPTION_H
 #define STALLSCOPE_TESTS_TRANSCRIPTION_H
 
+#include <istream>
 #include <map>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -17,22 +17,19 @@ class Transcription {
   public:
     enum class Compile { Once, AtEachUse };
 
-    Transcription(bool isNewFormat, Compile compile)
+    explicit Transcription(bool isNewFormat, Compile compile = Compile::Once)
           : mIsNewFormat(isNewFormat), mCompile(compile) {}
 
-    // False when the file can't be opened.
+    // False when the file can't be opened. All three throw what the standard conversions throw.
     bool parse(const std::string& path);
-    // Throws what the standard conversions throw.
     void parse(std::istream& log);
+    // One line by the grammar of the format.
+    BinderTransaction parseLine(const std::string& line, const std::string& type) const;
 
     const std::map<int, std::vector<BinderTransaction>>& sections() const { return mSections; }
 
-    // One line by the grammar of the format. Throws likewise.
-    BinderTransaction parseLine(const std::string& line, const std::string& type) const;
-
   private:
-    bool search(Pattern pattern, const std::string& line, std::smatch* match) const;
-    int sectionPid(const std::string& line) const;
+    std::optional<std::vector<std::string>> search(Pattern pattern, const std::string& line) const;
     std::string classify(const std::string& line) const;
 
     bool mIsNewFormat;

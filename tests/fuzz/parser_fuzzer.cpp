@@ -1,10 +1,13 @@
+#include <android-base/stringprintf.h>
+#include <gtest/gtest-printers.h>
 #include <sanitizer/lsan_interface.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
+#include <functional>
+#include <set>
 #include <sstream>
 
 #include "binderlog/BinderLogParser.h"
@@ -21,22 +24,44 @@ using namespace android;
 using namespace android::test;
 
 constexpr size_t kLongestLine = 1000;  // that std::regex can take
+constexpr char kThrows[] = "throws";
 
-std::string show(const BinderTransaction& record) {
-    char elapsed[64];
-    snprintf(elapsed, sizeof(elapsed), " = %a s", record.elapsed);
-    return record.toString() + elapsed + record.extra;
+using Records = std::vector<BinderTransaction>;
+
+std::string show(const Records* records) {
+    if (records == nullptr) {
+        return "no section";
+    }
+    std::string text;
+    for (const BinderTransaction& each : *records) {
+        text += base::StringPrintf("%s%s = %a s\n", each.toString().c_str(), each.extra.c_str(),
+                                   each.elapsed);
+    }
+    return text;
 }
 
-[[noreturn]] void fail(const std::string& expected, const std::string& actual,
-                       const std::string& input) {
-    fprintf(stderr, "expected: %s\nactual:   %s\nfrom: %s\n", expected.c_str(), actual.c_str(),
-            escape(input).c_str());
-    abort();
+void requireEqual(const std::string& expected, const std::string& actual,
+                  const std::string& input) {
+    if (expected != actual) {
+        fprintf(stderr, "expected: %s\nactual:   %s\nfrom: %s\n", expected.c_str(), actual.c_str(),
+                testing::PrintToString(input).c_str());
+        abort();
+    }
 }
 
-// A line that starts with a keyword, more or less.
-std::string generateTransaction(Choices* choices) {
+// What is under way when a conversion fails is leaked; the daemon would have ended.
+std::string orThrows(const std::function<BinderTransaction()>& read) {
+    __lsan::ScopedDisabler ignoreLeaks;
+    try {
+        const Records records = {read()};
+        return show(&records);
+    } catch (const std::logic_error&) {
+        return kThrows;
+    }
+}
+
+// A line, perhaps behind the start of one of the daemon's interest.
+std::string generateLogLine(Choices* choices) {
     constexpr const char* kStarts[] = {
             "    outgoing transaction 71: 0000000076280f16 ",
             "    incoming transaction 71: 0000000076280f16 ",
@@ -45,97 +70,47 @@ std::string generateTransaction(Choices* choices) {
             "ZEVO    pending async transaction ",
             "outgoing  transactionincoming transactionpending async transaction ",
             "pending transaction 71: ",
-            "g outgoing outgoing transaction g incoming transaction "};
-    std::string line = choices->among(kStarts) + generateLine(choices, true);
-    return choices->oneIn(4) ? line + " ZEVO" : line;
-}
-
-std::string generateHeader(Choices* choices) {
-    constexpr const char* kStarts[] = {"proc ", "proc ", "proc ", "proc  ", "  proc ", "proc\t"};
-    constexpr const char* kEnds[] = {"", "", "", "x", " proc 3", "\r"};
-    constexpr const char* kPids[] = {"1", "2", "3", "0", "4", "x", "", "99999999999"};
-    return std::string(choices->among(kStarts)) + choices->among(kPids) + choices->among(kEnds);
-}
-
-// A line that makes the following ones straddle the end of the reader's buffer, 64 KB at first.
-std::string generatePadding(Choices* choices) {
-    constexpr size_t kSizes[] = {65536, 131072, 32768};
-    return std::string(choices->among(kSizes) - choices->below(256), 'x');
-}
-
-std::string generateLogLine(Choices* choices) {
-    switch (choices->below(8)) {
-        case 0:
-        case 1:
-            return generateHeader(choices);
-        case 2:
-            return generateLine(choices, true);
-        case 3:
-            return "";
-        default:
-            return generateTransaction(choices);
+            "g outgoing outgoing transaction g incoming transaction ",
+            "outgoing transaction ZEVO ",
+            ""};
+    constexpr const char* kHeaders[] = {"proc 1",  "proc 2", "proc 3x",  "proc  7\r",
+                                        "proc x",  "proc ",  "  proc 1", "proc x proc 4",
+                                        "proc\t1", ""};
+    constexpr size_t kPaddings[] = {65536, 131072, 32768};
+    if (choices->oneIn(100)) {
+        // Makes the following lines straddle the end of the reader's buffer, 64 KB at first.
+        return std::string(choices->among(kPaddings) - choices->below(256), 'x');
     }
+    return choices->oneIn(4) ? choices->among(kHeaders)
+                             : choices->among(kStarts) + generateLine(choices);
 }
 
-std::optional<std::string> daemonReads(const std::string& line, bool isNewFormat) {
-    // What is under way when a conversion fails is leaked; the daemon would have ended.
-    __lsan::ScopedDisabler ignoreLeaks;
-    try {
-        return show(isNewFormat ? BinderLogParser::parseTransactionAbove6_1(line, kOutgoing)
-                                : BinderLogParser::parseTransactionBelow6_1(line, kOutgoing));
-    } catch (const std::logic_error&) {
-        return std::nullopt;
-    }
-}
-
-std::optional<std::string> transcriptionReads(const std::string& line, bool isNewFormat) {
-    try {
-        Transcription transcription(isNewFormat, Transcription::Compile::Once);
-        return show(transcription.parseLine(line, kOutgoing));
-    } catch (const std::logic_error&) {
-        return std::nullopt;
-    }
-}
-
-void checkGrammar(const std::string& line, bool isNewFormat) {
-    std::optional<std::string> expected = transcriptionReads(line, isNewFormat);
-    std::optional<std::string> actual = daemonReads(line, isNewFormat);
-    if (actual != expected) {
-        fail(expected.value_or("throws"), actual.value_or("throws"), line);
-    }
-}
-
-// Whether the line, in a log, would end the process.
+// Whether the line, in a log, would end the daemon.
 bool isFatal(const std::string& line) {
     std::istringstream log("proc 1\n" + line);
-    try {
-        Transcription(supportNewBinderLogFormat, Transcription::Compile::Once).parse(log);
-        return false;
-    } catch (const std::logic_error&) {
-        return true;
+    return kThrows == orThrows([&] {
+               Transcription(supportNewBinderLogFormat).parse(log);
+               return BinderTransaction();
+           });
+}
+
+void checkGrammars(const std::string& line) {
+    for (bool isNew : {false, true}) {
+        const auto parse = isNew ? BinderLogParser::parseTransactionAbove6_1
+                                 : BinderLogParser::parseTransactionBelow6_1;
+        requireEqual(orThrows([&] { return Transcription(isNew).parseLine(line, kOutgoing); }),
+                     orThrows([&] { return parse(line, kOutgoing); }), line);
     }
 }
 
 void append(const std::string& line, std::string* log) {
-    if (line.size() <= kLongestLine) {
-        checkGrammar(line, true);
-        checkGrammar(line, false);
-        if (isFatal(line)) {
-            return;
-        }
+    const bool isPadding = line.size() > kLongestLine;
+    if (!isPadding) {
+        checkGrammars(line);
     }
-    *log += line + "\n";
-}
-
-std::string showSections(const std::map<int, std::vector<BinderTransaction>>& sections) {
-    std::string text;
-    for (const auto& [pid, records] : sections) {
-        text += "\nproc " + std::to_string(pid);
-        for (const BinderTransaction& record : records) {
-            text += "\n" + show(record);
-        }
+    if (isPadding || !isFatal(line)) {
+        *log += line + "\n";
     }
-    return text;
 }
 
 void checkLog(const std::string& log) {
@@ -144,25 +119,20 @@ void checkLog(const std::string& log) {
     if (ftruncate(file, 0) != 0 || pwrite(file, log.data(), log.size(), 0) != ssize_t(log.size())) {
         abort();
     }
-    Transcription transcription(supportNewBinderLogFormat, Transcription::Compile::Once);
+    Transcription transcription(supportNewBinderLogFormat);
     transcription.parse(path);
     static BinderLogParser parser;  // each parse replaces what the one before left
     parser.parse(path);
     // The parser doesn't say which sections it has.
-    std::map<int, std::vector<BinderTransaction>> candidates = transcription.sections();
-    for (int pid : {0, 1, 2, 3, 4, 7, 22, 33, 4096}) {
-        candidates[pid];
+    std::set<int> pids = {0, 1, 2, 3, 4, 7, 22, 33, 4096};
+    for (const auto& [pid, records] : transcription.sections()) {
+        pids.insert(pid);
     }
-    std::map<int, std::vector<BinderTransaction>> sections;
-    for (const auto& [pid, records] : candidates) {
-        if (parser.hasProcess(pid)) {
-            sections[pid] = *parser.getProcessTransactions(pid);
-        }
-    }
-    std::string expected = showSections(transcription.sections());
-    std::string actual = showSections(sections);
-    if (actual != expected) {
-        fail(expected, actual, log);
+    for (int pid : pids) {
+        const auto section = transcription.sections().find(pid);
+        const bool isThere = section != transcription.sections().end();
+        requireEqual(show(isThere ? &section->second : nullptr),
+                     show(parser.getProcessTransactions(pid)), log);
     }
 }
 
@@ -178,8 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
     } else {
         for (Choices choices(data, size); !choices.isExhausted();) {
-            append(choices.oneIn(100) ? generatePadding(&choices) : generateLogLine(&choices),
-                   &log);
+            append(generateLogLine(&choices), &log);
         }
     }
     if (size % 2 == 1 && !log.empty()) {

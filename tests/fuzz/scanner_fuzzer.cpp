@@ -1,5 +1,4 @@
 #include "tests/fuzz/LineGenerator.h"
-#include "tests/fuzz/ScannerCheck.h"
 
 // The first byte decides whether the others are the line or make the generator's choices.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -8,8 +7,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     Choices choices(data + 1, size - 1);
-    std::string line =
-            data[0] % 4 == 0 ? std::string(data + 1, data + size) : generateLine(&choices, false);
+    const std::string line =
+            data[0] % 4 == 0 ? std::string(data + 1, data + size) : generateLine(&choices);
     for (Pattern pattern : kPatterns) {
         checkScanner(pattern, line);
     }

@@ -22,7 +22,7 @@ namespace {
 
 constexpr char kDaemonOutput[] = "/var/log/stallscope.log";
 
-class SanitizerCheck : public testing::Environment {
+struct SanitizerCheck : testing::Environment {
     void TearDown() override { expectNoSanitizerReport(); }
 };
 
@@ -69,12 +69,6 @@ void expectNoSanitizerReport() {
     EXPECT_EQ(0U, count(written, "Sanitizer") + count(written, "runtime error:")) << written;
 }
 
-void setDebugSwitch(const std::string& value) {
-    EXPECT_EQ("", output(REPOSITORY "/host/guest/setprop "
-                                    "persist.sys.stability.stallscope.debug.enable " +
-                         value + " 2>&1"));
-}
-
 Texts takeDaemonLog() {
     static const std::regex other(
             ". (0/(?!stallscope:).*|parse:\\d+: line: .*|parseTransaction.*)");
@@ -92,21 +86,12 @@ Texts takeDaemonLog() {
     return masked(log);
 }
 
-bool contains(const Texts& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
 StagedHang::StagedHang(const std::string& shape) {
     for (const std::string& line : linesOf(output(REPOSITORY "/host/staging/stage " + shape))) {
         size_t equals = line.find('=');
         pids[line.substr(0, equals)] = std::stoi(line.substr(equals + 1));
     }
     EXPECT_FALSE(pids.empty()) << "the shape " << shape << " is not in place";
-}
-
-pid_t StagedHang::operator[](const std::string& name) const {
-    EXPECT_EQ(1U, pids.count(name)) << name;
-    return pids.count(name) == 1 ? pids.at(name) : kNobody;
 }
 
 std::string StagedHang::text(std::string form) const {
@@ -171,16 +156,6 @@ size_t count(const std::string& text, const std::string& part) {
         ++found;
     }
     return found;
-}
-
-void expectInOrder(const std::string& text, const Texts& parts) {
-    size_t at = 0;
-    for (const std::string& part : parts) {
-        size_t found = text.find(part, at);
-        ASSERT_NE(std::string::npos, found) << part << "\nis not there, or out of order, in\n"
-                                            << text;
-        at = found + part.size();
-    }
 }
 
 std::string statusOf(pid_t pid, const std::string& field) {

@@ -1,7 +1,7 @@
 #ifndef STALLSCOPE_TESTS_GUEST_GUESTSUPPORT_H
 #define STALLSCOPE_TESTS_GUEST_GUESTSUPPORT_H
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -28,22 +28,18 @@ std::string outputOfTheDaemon();
 void forgetOutputOfTheDaemon();
 // Also done at the end of each program of tests.
 void expectNoSanitizerReport();
-// The debug switch of daemons started from now on.
-void setDebugSwitch(const std::string& value);
 
 // What the daemon has logged since the last call, without source lines and with elapsed times
 // masked: "E function: message", and "W 3/tag: text" with another buffer than the main one or with
 // a tag. Leaves out what its libraries log and the parser's lines, which repeat the kernel's log.
 Texts takeDaemonLog();
-bool contains(const Texts& texts, const std::string& text);
 
 // A hang that is staged in place of the one before.
 struct StagedHang {
     StagedHang() = default;
     explicit StagedHang(const std::string& shape);
 
-    // The process id; the test fails when there is no such process.
-    pid_t operator[](const std::string& name) const;
+    pid_t operator[](const std::string& name) const { return pids.at(name); }
     // The texts with each $NAME replaced by the process id.
     std::string text(std::string form) const;
     Texts texts(Texts forms) const;
@@ -61,8 +57,6 @@ std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 Texts linesOf(const std::string& text);
 size_t count(const std::string& text, const std::string& part);
-// The parts stand in the text one after another, with anything between them.
-void expectInOrder(const std::string& text, const Texts& parts);
 // A field of /proc/PID/status.
 std::string statusOf(pid_t pid, const std::string& field);
 

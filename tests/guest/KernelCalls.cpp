@@ -1,8 +1,10 @@
 #include "tests/guest/KernelCalls.h"
 
+#include <algorithm>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <regex>
-#include <sstream>
 
 namespace android::test {
 
@@ -10,22 +12,23 @@ namespace {
 
 // Up to the first `end`.
 std::string startOf(const std::string& file, char end) {
-    std::ifstream stream(file, std::ios::binary);
     std::string text = "unknown";
+    std::ifstream stream(file, std::ios::binary);
     if (stream.is_open()) {
         std::getline(stream, text, end);
     }
     return text;
 }
 
-std::string endpoint(pid_t pid, pid_t tid) {
-    std::string thread = startOf("/proc/" + std::to_string(tid) + "/comm", '\n');
-    return std::to_string(pid) + "(" + cmdlineOf(pid) + "):" + std::to_string(tid) + "(" + thread +
-           ")";
+std::string endpoint(const std::string& pid, const std::string& tid) {
+    return pid + "(" + cmdlineOf(std::stoi(pid)) + "):" + tid + "(" +
+           startOf("/proc/" + tid + "/comm", '\n') + ")";
 }
 
-std::string tail(const Call& call) {
-    return " elapsed: T s code: " + std::to_string(call.code);
+Texts formsOf(const std::vector<Call>& calls, std::string Call::*form) {
+    Texts lines;
+    std::transform(calls.begin(), calls.end(), std::back_inserter(lines), std::mem_fn(form));
+    return lines;
 }
 
 }  // namespace
@@ -45,32 +48,23 @@ std::vector<Call> callsOf(pid_t section, const std::string& type) {
             current = std::stoi(line.substr(5));
         } else if (current == section && std::regex_match(line, f, form) &&
                    (type.empty() || type == f[1])) {
-            calls.push_back({section, std::stoi(f[2]), std::stoi(f[3]), std::stoi(f[4]),
-                             std::stoi(f[5]), f[1], std::stoi(f[6], nullptr, 16),
-                             std::stod(f[7]) / 1000});
+            const int code = std::stoi(f[6], nullptr, 16);
+            const std::string tail = " elapsed: T s code: " + std::to_string(code);
+            calls.push_back({std::stoi(f[2]), std::stoi(f[4]), std::stod(f[7]) / 1000,
+                             f.format("$1 from $2 : $3 to $4 : $5") + tail,
+                             f.format("$1 transaction from ") + endpoint(f[2], f[3]) + " to " +
+                                     endpoint(f[4], f[5]) + tail});
         }
     }
     return calls;
 }
 
-Texts namedLines(const std::string& kind, const std::vector<Call>& calls) {
-    Texts lines;
-    for (const Call& call : calls) {
-        lines.push_back(kind + " from " + endpoint(call.fromPid, call.fromTid) + " to " +
-                        endpoint(call.toPid, call.toTid) + tail(call));
-    }
-    return lines;
+Texts plainLines(const std::vector<Call>& calls) {
+    return formsOf(calls, &Call::plain);
 }
 
-Texts plainLines(const std::vector<Call>& calls) {
-    Texts lines;
-    for (const Call& call : calls) {
-        std::ostringstream line;
-        line << call.type << " from " << call.fromPid << " : " << call.fromTid << " to "
-             << call.toPid << " : " << call.toTid << tail(call);
-        lines.push_back(line.str());
-    }
-    return lines;
+Texts namedLines(const std::vector<Call>& calls) {
+    return formsOf(calls, &Call::named);
 }
 
 Texts masked(Texts lines) {
@@ -79,10 +73,6 @@ Texts masked(Texts lines) {
         line = std::regex_replace(line, elapsed, " elapsed: T s ");
     }
     return lines;
-}
-
-double elapsedIn(const std::string& line) {
-    return std::stod(line.substr(line.find(" elapsed: ") + 10));
 }
 
 std::string cmdlineOf(pid_t pid) {

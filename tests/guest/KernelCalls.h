@@ -14,20 +14,18 @@ constexpr char kKernelLog[] = "/dev/binderfs/binder_logs/transactions";
 
 // A line of the kernel's log, read by other means than the daemon's.
 struct Call {
-    pid_t section, fromPid, fromTid, toPid, toTid;
-    std::string type;  // "outgoing", "incoming" or "pending async"
-    int code;
+    pid_t fromPid, toPid;
     double elapsed;
+    // What reports say of it, with masked elapsed time: without names, or with those in /proc.
+    std::string plain, named;
 };
 
-// The calls in the sections of a process, of all types when none is named.
+// The calls in the sections of a process: "outgoing", "incoming", "pending async" or all.
 std::vector<Call> callsOf(pid_t section, const std::string& type = "");
-// What reports say of calls: with the names in /proc after "kind from", or without. Elapsed times
-// go on, so they are masked.
-Texts namedLines(const std::string& kind, const std::vector<Call>& calls);
 Texts plainLines(const std::vector<Call>& calls);
+Texts namedLines(const std::vector<Call>& calls);
+// With T for elapsed times, which go on.
 Texts masked(Texts lines);
-double elapsedIn(const std::string& line);
 std::string cmdlineOf(pid_t pid);
 
 }  // namespace android::test

@@ -8,25 +8,24 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 
 // One write for each line, so that lines of several threads and processes never mix. Lines of the
 // main buffer without a tag are "E text", others "E <buffer>/<tag>: text".
 static void record(int buffer, int priority, const char* tag, const char* format, va_list values) {
-    char origin[100] = "";
     char* text = nullptr;
-    char* line = nullptr;
+    if (vasprintf(&text, format, values) == -1) {
+        return;
+    }
+    std::string line{"??VDIWEF"[priority], ' '};
     if (buffer != 0 || tag != nullptr) {
-        snprintf(origin, sizeof(origin), "%d/%s: ", buffer, tag == nullptr ? "(null)" : tag);
+        line += std::to_string(buffer) + "/" + (tag == nullptr ? "(null)" : tag) + ": ";
     }
-    if (vasprintf(&text, format, values) != -1 &&
-        asprintf(&line, "%c %s%s\n", "??VDIWEF"[priority], origin, text) != -1) {
-        int fd = open(LOG_RECORD, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-        (void)!write(fd, line, strlen(line));
-        close(fd);
-    }
-    free(line);
+    line = line + text + "\n";
     free(text);
+    int fd = open(LOG_RECORD, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    (void)!write(fd, line.data(), line.size());
+    close(fd);
 }
 
 extern "C" int __android_log_print(int priority, const char* tag, const char* format, ...) {

@@ -1,155 +1,194 @@
-// What the daemon says and logs when it is asked about one staged hang.
+// What the reports say and log of each staged hang, against what the kernel and /proc say.
 
 #include <sys/mount.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <future>
-#include <set>
+#include <algorithm>
 
 #include "tests/guest/KernelCalls.h"
-#include "tests/guest/Methods.h"
 
 namespace android::test {
 namespace {
 
-// All tests ask the same daemon, with the debug switch on.
-class DaemonWithDebug : public testing::Environment {
-    void SetUp() override {
-        setDebugSwitch("1");
-        sDaemon = stallscope();
-    }
-    void TearDown() override { sDaemon = nullptr; }
-};
-const testing::Environment* const sEnvironment =
-        testing::AddGlobalTestEnvironment(new DaemonWithDebug);
+using testing::UnorderedElementsAreArray;
 
-class ChainTest : public testing::Test {
-  protected:
-    // One for all tests: staging takes long.
-    static void SetUpTestSuite() { sHang = StagedHang("chain"); }
-    void SetUp() override { takeDaemonLog(); }
+constexpr double kLong = 2.1;
 
-    static StagedHang sHang;
-};
-StagedHang ChainTest::sHang;
-
-TEST_F(ChainTest, IsReportedAndLoggedLineByLine) {
-    const Texts lines = namedLines(
-            "outgoing transaction",
-            {callsOf(sHang["APP"], "outgoing").at(0), callsOf(sHang["MEDIA"], "outgoing").at(0)});
-    const Texts peers = sHang.texts({"$MEDIA", "$HARDWARE"});
-    const std::string media = "/system/bin/mediaserver";
-    const std::string hardware = "/vendor/bin/hw/android.hardware.camera.provider";
-
-    Answer answer = kOutgoing(sHang["APP"]);
-
-    EXPECT_EQ(lines, masked(answer.lists[0]));
-    const Texts elapsed = answer.lists[5];
-    answer.lists.erase(answer.lists.begin());
-    EXPECT_EQ((std::vector<Texts>{{},
-                                  peers,
-                                  {"com.example.camera", media},
-                                  {media, hardware},
-                                  elapsed,
-                                  sHang.texts({"$APP", "$MEDIA"}),
-                                  peers}),
-              answer.lists);
-    EXPECT_EQ(sHang.texts({"D getTransaction: StallScopeService getTransaction pid: $APP",
-                           "D getBinderTransactions: transaction line:  " + lines[0],
-                           "D getBinderTransactions: adj is -1000",
-                           "D getBinderTransactions: $MEDIA is Native process",
-                           "D getBinderTransactions: transaction line:  " + lines[1],
-                           "D getBinderTransactions: adj is -1000",
-                           "D getBinderTransactions: $HARDWARE is Native process"}),
-              takeDaemonLog());
-
-    answer = kPeerChain(sHang["APP"]);
-    EXPECT_EQ((Texts{media, hardware}), answer.lists[1]);
-    EXPECT_EQ(sHang.texts({"D getTransactProc: StallScopeService getTransactProc pid: $APP",
-                           "W 3/hang: Pid $APP Binder Info", "W 3/hang: " + lines[0],
-                           "W 3/hang: Pid $MEDIA Binder Info", "W 3/hang: " + lines[1],
-                           "W 3/hang: Pid $HARDWARE Binder Info"}),
-              takeDaemonLog());
-}
-
-TEST_F(ChainTest, MainThreadIsBlockedOnceItsCallIsOlderThanTwoSeconds) {
-    pid_t late = startInBackground(
-            "\"$STALLSCOPE_STAGE_BIN/stage_process\" --adj 0 "
-            "--cmdline com.example.late --main call:stage.hardware");
-    // Its first call is a short one, to servicemanager.
+// Once they have lasted so long.
+std::vector<Call> longCallsOf(pid_t section, const std::string& type) {
+    std::vector<Call> calls;
     EXPECT_TRUE(eventually([&] {
-        const std::vector<Call> calls = callsOf(late);
-        return calls.size() == 1 && calls[0].toPid == sHang["HARDWARE"];
+        calls = callsOf(section, type);
+        return std::all_of(calls.begin(), calls.end(),
+                           [](auto& call) { return call.elapsed > kLong; });
     }));
-    std::set<bool> verdicts;
-    double age = callsOf(late)[0].elapsed;
-    while (age < 2.5) {
-        Answer report = kOutgoing(late);
-        Answer check = kCheck(late);
-        ASSERT_EQ(1U, report.lists[0].size());
-        EXPECT_LE(age, elapsedIn(report.lists[0][0]));
-        age = elapsedIn(report.lists[0][0]);
-        EXPECT_EQ(age > 2, report.isBlocked) << age;
-        EXPECT_EQ(Texts{std::to_string(age)}, report.lists[5]);
-        verdicts.insert(report.isBlocked);
-        age = elapsedIn(check.lists[0].at(0));
-        EXPECT_EQ(age > 2, check.isBlocked) << age;
-        EXPECT_EQ(age > 2, !check.lists[1].empty()) << age;
-    }
-    EXPECT_LE(age, callsOf(late)[0].elapsed);
-    EXPECT_EQ((std::set<bool>{false, true}), verdicts);
+    return calls;
 }
 
-TEST_F(ChainTest, UnknownPidIsLoggedAndLeavesTheListsAsTheyCame) {
-    const Answer kept = {false, std::vector<Texts>(8, {"kept"})};
-    for (const Method* method : kMethods) {
-        EXPECT_EQ(kept.lists, (*method)(kNobody, kept).lists) << method->name;
-        const Texts log = takeDaemonLog();
-        EXPECT_EQ(method->announcement(kNobody), log.front());
-        EXPECT_EQ(method->lastLogAboutNobody, log.back());
-    }
-}
-
-// Takes the kernel's log away while it lives.
-struct KernelLogTakenAway {
-    KernelLogTakenAway() {
-        EXPECT_EQ(0, umount(kKernelLog));
-        EXPECT_EQ(0, unlink(kKernelLog));
-    }
-    ~KernelLogTakenAway() {
-        unlink(kKernelLog);
-        EXPECT_EQ("", output(std::string("cd /sys/kernel/debug/binder && touch ") + kKernelLog +
-                             " && mount --bind transactions " + kKernelLog + " 2>&1"));
-    }
+struct Shape {
+    const char* name;
+    const char* asked;
+    Texts callers;  // in the order in which their calls are reported
+    Texts java;
+    Texts native;
+    bool isBlocked;  // once the calls are old enough
 };
 
-TEST_F(ChainTest, UnreadableKernelLogIsLoggedAndLeavesTheListsAsTheyCame) {
-    KernelLogTakenAway gone;
-    const Answer kept = {false, std::vector<Texts>(8, {"kept"})};
-    for (const Method* method : kMethods) {
-        EXPECT_EQ(kept.lists, (*method)(sHang["APP"], kept).lists) << method->name;
-        EXPECT_EQ((Texts{method->announcement(sHang["APP"]),
-                         std::string("E parse: Can't open file: ") + kKernelLog,
-                         std::string("E ") + method->name + ": Parser file failed"}),
-                  takeDaemonLog());
+const Shape kShapes[] = {
+        {"system", "APP", {"APP"}, {"$SYSTEM"}, {}, true},
+        {"chain", "APP", {"APP", "MEDIA"}, {}, {"$MEDIA", "$HARDWARE"}, true},
+        {"exhausted", "APP", {"APP"}, {}, {"$MEDIA"}, true},
+        {"cycle", "CAMERA", {"CAMERA", "AUDIO", "CAMERA"}, {}, {"$AUDIO", "$CAMERA"}, true},
+        {"self", "SELF", {"SELF"}, {}, {}, false},
+        {"parked", "WORKER", {"WORKER"}, {}, {"$HARDWARE"}, false},
+        {"vanished", "APP", {"APP", "MEDIA"}, {}, {"$MEDIA", "$HARDWARE"}, true},
+        {"shell", "APP", {"APP"}, {"$MONKEY"}, {"$SHELL"}, false}};
+
+class ReportsTest : public testing::Test {
+  protected:
+    // With the lists in the order of the parameters.
+    bool getTransaction(pid_t pid, std::vector<Texts>* lists) {
+        Texts* l = lists->data();
+        bool isBlocked = false;
+        EXPECT_TRUE(mDaemon->getTransaction(pid, l, l + 1, l + 2, l + 3, l + 4, l + 5, l + 6, l + 7,
+                                            &isBlocked)
+                            .isOk());
+        return isBlocked;
+    }
+
+    // Everybody who has a call in the process; those who are gone count as native.
+    void expectIncoming(pid_t pid) {
+        const std::vector<Call> calls = callsOf(pid, "incoming");
+        Texts java, native, lines, javaPids, nativePids;
+        for (const Call& call : calls) {
+            const std::string sender = std::to_string(call.fromPid);
+            const std::string adj = readFile("/proc/" + sender + "/oom_score_adj");
+            (adj.empty() || adj == "-1000\n" ? native : java).push_back(sender);
+        }
+        EXPECT_TRUE(mDaemon->getThreadFullInfo(pid, &lines, &javaPids, &nativePids).isOk());
+        EXPECT_EQ(namedLines(calls), masked(lines));
+        EXPECT_EQ(java, javaPids);
+        EXPECT_EQ(native, nativePids);
+    }
+
+    void expectPrintout(pid_t pid) {
+        Texts expected = {"W 3/hang: Pid " + std::to_string(pid) + " Binder Info"};
+        for (const std::string& line : plainLines(callsOf(pid))) {
+            expected.push_back("W 3/hang: " + line);
+        }
+        takeDaemonLog();
+        EXPECT_TRUE(mDaemon->printfProcBinderInfo(pid, "hang").isOk());
+        EXPECT_EQ(expected, takeDaemonLog());
+    }
+
+    const sp<IStallscope> mDaemon = stallscope();
+};
+
+TEST_F(ReportsTest, EveryReportHasWhatTheKernelHas) {
+    for (const Shape& shape : kShapes) {
+        SCOPED_TRACE(shape.name);
+        const StagedHang hang(shape.name);
+        const pid_t asked = hang[shape.asked];
+        std::vector<Call> calls;
+        for (const std::string& caller : shape.callers) {
+            std::vector<Call> own = longCallsOf(hang[caller], "outgoing");
+            calls.insert(calls.end(), own.begin(), own.end());
+        }
+        std::vector<Texts> expected(8), lists(8);
+        expected[0] = namedLines(calls);
+        expected[1] = hang.texts(shape.java);
+        expected[2] = hang.texts(shape.native);
+        for (const Call& call : calls) {
+            expected[3].push_back(cmdlineOf(call.fromPid));
+            expected[4].push_back(cmdlineOf(call.toPid));
+            expected[6].push_back(std::to_string(call.fromPid));
+            expected[7].push_back(std::to_string(call.toPid));
+        }
+        EXPECT_EQ(shape.isBlocked, getTransaction(asked, &lists));
+        EXPECT_LT(kLong, std::stod(lists[5].at(0)));
+        expected[5] = lists[5];
+        lists[0] = masked(lists[0]);
+        EXPECT_EQ(expected, lists);
+
+        Texts peers = expected[1], lines, pids, checkedLines, checkedPids, cmdlines;
+        peers.insert(peers.end(), expected[2].begin(), expected[2].end());
+        bool isBlocked = !shape.isBlocked;
+        EXPECT_TRUE(mDaemon->checkTransaction(asked, 2, &checkedLines, &checkedPids, &isBlocked)
+                            .isOk());
+        EXPECT_EQ(plainLines(calls), masked(checkedLines));
+        EXPECT_THAT(checkedPids, UnorderedElementsAreArray(peers));
+        EXPECT_EQ(shape.isBlocked, isBlocked);
+        EXPECT_TRUE(mDaemon->getTransactProc(asked, "hang", &pids, &cmdlines, &lines).isOk());
+        EXPECT_THAT(pids, UnorderedElementsAreArray(peers));
+        EXPECT_EQ(namedLines(calls), masked(lines));
+        for (const auto& [name, pid] : hang.pids) {
+            SCOPED_TRACE(name);
+            // The driver has nothing about one that ended and left nobody with its descriptor.
+            if (!callsOf(pid).empty()) {
+                expectIncoming(pid);
+                expectPrintout(pid);
+            }
+        }
     }
 }
 
-// Both calls are held while they open the log. One then reads all of it, the other nothing.
-TEST_F(ChainTest, ConcurrentCallsReadTheLogEachByItself) {
-    const std::string log = readFile(kKernelLog);
-    KernelLogTakenAway gone;
-    ASSERT_EQ(0, mkfifo(kKernelLog, 0600));
-    auto report = [] { return kOutgoing(sHang["APP"]).lists[0].size(); };
-    std::future<size_t> one = std::async(std::launch::async, report);
-    std::future<size_t> other = std::async(std::launch::async, report);
-    const std::string functions = "cat /proc/" + std::to_string(daemonPid()) + "/task/*/wchan";
-    EXPECT_TRUE(eventually(
-            [&] { return output(functions + " | grep -o wait_for_partner | wc -l") == "2"; }));
-    writeFile(kKernelLog, log);
-    unlink(kKernelLog);  // a call that comes later does not wait for ever
-    EXPECT_EQ((std::multiset<size_t>{0, 2}), (std::multiset<size_t>{one.get(), other.get()}));
+TEST_F(ReportsTest, OneWayCallsThatWaitAreReportedWithTheirReceiversOwnCalls) {
+    const StagedHang hang("oneway");
+    const Texts pending = namedLines(longCallsOf(hang["MEDIA"], "pending async"));
+    const Texts chain = namedLines(callsOf(hang["MEDIA"], "outgoing"));
+    ASSERT_EQ(3U, pending.size());
+    const Texts reported = {pending[0], chain.at(0), pending[1], pending[2]};
+    for (bool isSender : {true, false}) {
+        const pid_t sender = isSender ? hang["APP"] : hang["HARDWARE"];
+        Texts lines, java, native;
+        bool isBlocked = !isSender;
+        EXPECT_TRUE(mDaemon->getAsyncTransaction(sender, hang["MEDIA"], &lines, &java, &native,
+                                                 &isBlocked)
+                            .isOk());
+        EXPECT_EQ(isSender ? reported : Texts(), masked(lines));
+        EXPECT_EQ(Texts(), java);
+        EXPECT_EQ(isSender ? hang.texts({"$MEDIA", "$HARDWARE"}) : Texts(), native);
+        EXPECT_EQ(isSender, isBlocked);
+    }
+    expectPrintout(hang["MEDIA"]);
+}
+
+TEST_F(ReportsTest, PeerChainIsLoggedUnderTheCallersTagAndBlockedFromTheGivenTimeOn) {
+    const StagedHang hang("chain");
+    const Texts app = namedLines(longCallsOf(hang["APP"], "outgoing"));
+    const Texts media = namedLines(callsOf(hang["MEDIA"], "outgoing"));
+    takeDaemonLog();
+    Texts pids, cmdlines, lines;
+    EXPECT_TRUE(mDaemon->getTransactProc(hang["APP"], "hang", &pids, &cmdlines, &lines).isOk());
+    EXPECT_EQ((Texts{"/system/bin/mediaserver", "/vendor/bin/hw/android.hardware.camera.provider"}),
+              cmdlines);
+    EXPECT_EQ(hang.texts({"W 3/hang: Pid $APP Binder Info", "W 3/hang: " + app.at(0),
+                          "W 3/hang: Pid $MEDIA Binder Info", "W 3/hang: " + media.at(0),
+                          "W 3/hang: Pid $HARDWARE Binder Info"}),
+              takeDaemonLog());
+    for (int seconds : {2, 1000}) {
+        bool isBlocked = false;
+        EXPECT_TRUE(
+                mDaemon->checkTransaction(hang["APP"], seconds, &lines, &pids, &isBlocked).isOk());
+        EXPECT_EQ(seconds == 2, isBlocked);
+    }
+}
+
+TEST_F(ReportsTest, UnreadableKernelLogIsLoggedAndLeavesTheListsAsTheyCame) {
+    takeDaemonLog();
+    EXPECT_EQ(0, umount(kKernelLog));
+    EXPECT_EQ(0, unlink(kKernelLog));
+    const std::vector<Texts> kept(8, {"kept"});
+    std::vector<Texts> lists = kept;
+    EXPECT_FALSE(getTransaction(1, &lists));
+    EXPECT_TRUE(mDaemon->getThreadFullInfo(1, &lists[0], &lists[1], &lists[2]).isOk());
+    EXPECT_EQ(kept, lists);
+    const std::string unopened = std::string("E parse: Can't open file: ") + kKernelLog;
+    EXPECT_EQ((Texts{unopened, "E getTransaction: Parser file failed", unopened,
+                     "E getThreadFullInfo: Parser file failed"}),
+              takeDaemonLog());
+    EXPECT_EQ("", output(std::string("cd /sys/kernel/debug/binder && touch ") + kKernelLog +
+                         " && mount --bind transactions " + kKernelLog + " 2>&1"));
 }
 
 }  // namespace
