@@ -23,7 +23,7 @@ namespace {
 using namespace android;
 using namespace android::test;
 
-constexpr size_t kLongestLine = 1000;  // that std::regex can take
+constexpr size_t kLongestLine = 400;  // that std::regex can take
 constexpr char kThrows[] = "throws";
 
 using Records = std::vector<BinderTransaction>;
