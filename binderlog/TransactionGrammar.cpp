@@ -40,6 +40,21 @@ double toSeconds(std::string_view milliseconds) {
     return toInt(milliseconds) / 1000.0;
 }
 
+// `text` is one or more decimal digits and points.
+double durationOf(std::string_view text) {
+    constexpr double kPowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+    std::string_view whole = text.substr(0, text.find('.'));
+    std::string_view fraction = text.substr(std::min(whole.size() + 1, text.size()));
+    bool isShort = !whole.empty() && whole.size() + fraction.size() <= kSafeDigits &&
+                   std::all_of(fraction.begin(), fraction.end(), isDigit);
+    if (!isShort) {
+        return BinderLogParser::extractDuration(std::string(text));
+    }
+    // Both numbers are exact, so their quotient is the double nearest to the text, as strtod's is.
+    double scale = kPowersOfTen[fraction.size()];
+    return (toInt(whole) * scale + toInt(fraction)) / scale;
+}
+
 // A code that is not all digits is hexadecimal, as the kernel writes all of them. One that begins
 // with no hexadecimal digit ends the process, like one that does not fit.
 int32_t toWordCode(std::string_view word) {
@@ -84,7 +99,7 @@ void readOldFormatLine(std::string_view line, BinderTransaction* transaction) {
     if (findOldMarked(line, &texts) || findOldPlain(line, &texts)) {
         fillPairs(texts, transaction);
         transaction->code = toInt(texts.code);
-        transaction->elapsed = BinderLogParser::extractDuration(std::string(texts.elapsed));
+        transaction->elapsed = durationOf(texts.elapsed);
     }
     LOG_LINE(ANDROID_LOG_DEBUG, kOldGrammar, "parseTransactionBelow6_1: %s",
              transaction->toString().c_str());

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <random>
+
 #include "binderlog/BinderLogParser.h"
 #include "tests/support/PlatformFakes.h"
 
@@ -72,6 +75,20 @@ TEST(TransactionGrammar, ReadsADurationOrSaysWhyNot) {
         EXPECT_EQ(BinderLogParser::extractDuration(text), 0.0);
         EXPECT_EQ(takeLog(), Texts{"E extractDuration: Duration parse error : " + text});
     }
+}
+
+// A line's duration is the number that strtod reads, by whatever way.
+TEST(TransactionGrammar, ReadsTheNearestDuration) {
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 20'000; ++i) {
+        std::string text = std::to_string(random() >> (i % 64));
+        text = i % 11 == 0 ? text : text.insert(random() % (text.size() + 1), ".");
+        const std::string line = "from 1:2 to 3:4 code 5 duration " + text + (i % 5 ? " s" : ".s");
+        ASSERT_EQ(BinderLogParser::parseTransactionBelow6_1(line, "x").elapsed,
+                  strtod(text.c_str(), nullptr))
+                << line;
+    }
+    takeLog();
 }
 
 TEST(TransactionGrammar, TracesTheLineAndTheRecordWithSixSignificantDigits) {
