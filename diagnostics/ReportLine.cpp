@@ -8,7 +8,7 @@ namespace android {
 
 namespace {
 
-// As "%f" prints it, in a tenth of the time for whole milliseconds, which nearly all are. Below
+// As "%f" prints it, but faster for whole milliseconds, which nearly all are. Below
 // the limit a double is too close to its number of milliseconds to differ in six digits.
 std::string elapsedText(double seconds) {
     constexpr double kLimit = 1e9;

