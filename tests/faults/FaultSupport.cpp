@@ -34,7 +34,7 @@ pid_t stageCaller(const std::string& knobs) {
 pid_t stageCrowd() {
     pid_t pid = stageProcess("--adj -1000 --idle-threads 40");
     EXPECT_TRUE(eventually([&] {
-        return statusOf(pid, "Threads") == "42" &&
+        return threadsIn(pid, "__do_sys_pause") == 41 &&
                readFile(procFile(pid, "oom_score_adj")) == "-1000\n";
     }));
     return pid;
@@ -112,13 +112,17 @@ std::vector<int> exitsOfTheDaemon() {
     return statuses;
 }
 
-size_t daemonThreadsIn(const std::string& kernelFunction) {
+size_t threadsIn(pid_t pid, const std::string& kernelFunction) {
     size_t count = 0;
     std::error_code gone;
-    for (const auto& entry : fs::directory_iterator(procFile(daemonPid(), "task"), gone)) {
+    for (const auto& entry : fs::directory_iterator(procFile(pid, "task"), gone)) {
         count += readFile(entry.path() / "wchan").rfind(kernelFunction, 0) == 0 ? 1 : 0;
     }
     return count;
+}
+
+size_t daemonThreadsIn(const std::string& kernelFunction) {
+    return threadsIn(daemonPid(), kernelFunction);
 }
 
 bool isDaemonIdle() {

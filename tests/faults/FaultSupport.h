@@ -20,7 +20,7 @@ constexpr bool kIsSanitized = false;
 pid_t stageProcess(const std::string& knobs);
 // One whose main thread waits for the hardware of hang().
 pid_t stageCaller(const std::string& knobs);
-// A native one with 42 threads, whose stacks take more than a page.
+// A native one with 41 threads that wait for nothing, whose stacks take more than a page.
 pid_t stageCrowd();
 void killAndReap(pid_t pid);
 // A file of a process under /proc.
@@ -46,7 +46,8 @@ void expectEverythingWorks(const sp<IStallscope>& daemon);
 
 // The exit statuses of the daemon that init has noted so far.
 std::vector<int> exitsOfTheDaemon();
-// How many threads of the daemon wait in a kernel function.
+// How many threads of a process wait in a kernel function.
+size_t threadsIn(pid_t pid, const std::string& kernelFunction);
 size_t daemonThreadsIn(const std::string& kernelFunction);
 // Whether all of them wait for calls: nothing runs in the background.
 bool isDaemonIdle();

@@ -43,15 +43,15 @@ TEST_F(TargetsTest, StoppedProcessIsCapturedAndStaysStopped) {
 
 // At different times of its capture; whichever it hits, the file holds whole sections or none.
 TEST_F(TargetsTest, ProcessThatExitsMeanwhileEndsItsCapture) {
-    for (int delayMs : {0, 20, 50, 150, 400}) {
+    for (int delayMs : {0, 50, 150, 400, 1000}) {
         pid_t pid = stageCrowd();
         auto isCaptured = std::async(std::launch::async, capture, mDaemon, pid, kFile);
-        EXPECT_TRUE(eventually([&] { return statusOf(pid, "TracerPid") != "0"; }));
         usleep(delayMs * 1000);
         killAndReap(pid);
         isCaptured.get();
         EXPECT_TRUE(hasWholeSections(readFile(kFile))) << delayMs << "\n" << readFile(kFile);
     }
+    EXPECT_NE("", readFile(kFile)) << "no capture got so far";
 }
 
 TEST_F(TargetsTest, ProcessThatExecsAllTheTimeGoesOnUntraced) {
