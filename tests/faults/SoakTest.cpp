@@ -20,7 +20,8 @@ namespace fs = std::filesystem;
 using binder::Status;
 
 constexpr int kClients = 10;
-constexpr int kProcesses = 8;
+constexpr int kStaged = 8;  // processes of hangs, with those that live shortly behind them
+constexpr int kProcesses = 12;
 constexpr int kMethods = 12;
 
 // Shared by the processes of the test. This one has nothing to do with the daemon: what the library
@@ -45,17 +46,28 @@ pid_t inChild(const std::function<void()>& run) {
     return pid;
 }
 
-// Has processes born, hang and die, sometimes while the daemon looks at them.
 void keepHangs() {
     for (int next = 0;;) {
         for (const char* shape :
              {"chain", "cycle", "callback", "oneway", "exhausted", "vanished"}) {
             for (const auto& [name, pid] : StagedHang(shape).pids) {
-                sShared->pids[next++ % kProcesses] = pid;
+                sShared->pids[next++ % kStaged] = pid;
                 ++sShared->born;
             }
-            usleep(500'000);
+            sleep(1);
         }
+    }
+}
+
+// Each hangs in a call of its own service and is killed, sometimes while the daemon looks at it.
+void keepProcessesComing() {
+    for (int next = kStaged;; next = next + 1 < kProcesses ? next + 1 : kStaged) {
+        const pid_t pid =
+                stageProcess("--cmdline 'soak(]' --serve soak.self --main self:soak.self");
+        sShared->pids[next] = pid;
+        ++sShared->born;
+        usleep(rand() % 500'000);
+        kill(pid, SIGKILL);
     }
 }
 
@@ -176,6 +188,7 @@ TEST(SoakTest, NothingIsLostAndNothingIsLeftBehind) {
         pause();
     });
     inChild(keepHangs);
+    inChild(keepProcessesComing);
     EXPECT_TRUE(eventually([] { return sShared->born >= kProcesses && daemonPid() != 0; }, 120));
     runClients(std::max(300L, calls / 20));
     const Figures before;
