@@ -1,6 +1,6 @@
 #include "diagnostics/ReportLine.h"
 
-#include <cstdint>
+#include <cmath>
 
 #include "diagnostics/ProcessAttributes.h"
 
@@ -13,8 +13,8 @@ namespace {
 std::string elapsedText(double seconds) {
     constexpr double kLimit = 1e9;
     if (seconds > 0 && seconds < kLimit) {
-        auto milliseconds = static_cast<int64_t>(seconds * 1000 + 0.5);
-        if (milliseconds / 1000.0 == seconds) {
+        const long long milliseconds = std::llround(seconds * 1000);
+        if (static_cast<double>(milliseconds) / 1000.0 == seconds) {
             std::string text = std::to_string(milliseconds / 1000) + ".";
             std::string fraction = std::to_string(1000 + milliseconds % 1000);
             return text.append(fraction, 1, 3).append("000");
