@@ -8,8 +8,8 @@ namespace android {
 
 namespace {
 
-// As "%f" prints it, but faster for whole milliseconds, which nearly all are. Below
-// the limit a double is too close to its number of milliseconds to differ in six digits.
+// As "%f" prints it, but faster for whole milliseconds, which nearly all are. Below the limit a
+// double is too close to its number of milliseconds to differ in six digits.
 std::string elapsedText(double seconds) {
     constexpr double kLimit = 1e9;
     if (seconds > 0 && seconds < kLimit) {

@@ -283,10 +283,9 @@ int main(int argc, char** argv) {
            starts.size());
     sp<IStallscope> service = interface_cast<IStallscope>(findService());
     measureMemory(service, daemon, Load(argv[2], 10), 10 * total);
-    const int rows[] = {10, 100, 1000};
     printf("\n| in flight | clients | calls | lines | getTransaction, ms | p99 | floor, ms | p99 | "
            "ratio |\n|---|---|---|---|---|---|---|---|---|\n");
-    for (int calls : rows) {
+    for (int calls : {10, 100, 1000}) {
         std::unique_ptr<Load> load = wholeLoad(argv[2], calls);
         for (int clients : {1, 4, 10}) {
             compare(service, *load, calls, clients, total);
