@@ -7,7 +7,7 @@
 
 #include "binderlog/LineReader.h"
 #include "binderlog/TransactionGrammar.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

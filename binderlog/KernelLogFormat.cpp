@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

@@ -7,7 +7,7 @@
 #include "binderlog/BinderLogParser.h"
 #include "binderlog/LinePatterns.h"
 #include "binderlog/LineScanner.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

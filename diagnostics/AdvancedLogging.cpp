@@ -3,7 +3,7 @@
 #include <fstream>
 #include <regex>
 
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

@@ -7,7 +7,7 @@
 #include "diagnostics/ElapsedSeconds.h"
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

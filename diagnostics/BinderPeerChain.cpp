@@ -5,7 +5,7 @@
 #include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ReportLine.h"
 #include "diagnostics/TransactionRules.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

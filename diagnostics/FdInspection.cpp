@@ -6,7 +6,7 @@
 
 #include "diagnostics/Directory.h"
 #include "diagnostics/LineWriter.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

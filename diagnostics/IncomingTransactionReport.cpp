@@ -4,7 +4,7 @@
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
 #include "diagnostics/TransactionRules.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

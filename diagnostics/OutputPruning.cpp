@@ -4,15 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "diagnostics/CaptureBounds.h"
+
 namespace android {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-constexpr size_t kKeptFiles = 5;
-
-}  // namespace
 
 void pruneToNewestFiles(const fs::path& directory) {
     std::vector<std::pair<fs::file_time_type, fs::path>> files;

@@ -1,15 +1,14 @@
 #include "diagnostics/PidListDump.h"
 
 #include "diagnostics/BacktraceCapture.h"
+#include "diagnostics/CaptureBounds.h"
 #include "diagnostics/ElapsedSeconds.h"
 #include "diagnostics/LineWriter.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 
 namespace {
-
-constexpr int kTotalTimeoutSecs = 20;
 
 // The writer is closed on return: the captures open the file again.
 bool writeSubject(const std::string& subject, const std::string& file) {
@@ -31,7 +30,7 @@ void dumpTraceForAllProcess(const std::vector<int>& pids, const std::string& sub
     }
     ElapsedSeconds elapsed;
     for (int pid : pids) {
-        int remaining = elapsed.leftOf(kTotalTimeoutSecs);
+        int remaining = elapsed.leftOf(kListTimeoutSecs);
         if (remaining <= 0) {
             LOG_LINE(ANDROID_LOG_ERROR, __func__,
                      "Total timeout reached, aborting remaining processes");

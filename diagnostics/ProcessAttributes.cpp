@@ -6,7 +6,7 @@
 
 #include "diagnostics/ProcFile.h"
 #include "diagnostics/ProcessClassification.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

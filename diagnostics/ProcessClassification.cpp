@@ -1,7 +1,7 @@
 #include "diagnostics/ProcessClassification.h"
 
 #include "diagnostics/TransactionRules.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

@@ -9,7 +9,7 @@
 #include "diagnostics/OutgoingTransactionReport.h"
 #include "diagnostics/String16Conversion.h"
 #include "diagnostics/TraceDumpWorker.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

@@ -8,18 +8,17 @@
 #include <unordered_set>
 
 #include "diagnostics/BacktraceCapture.h"
+#include "diagnostics/CaptureBounds.h"
 #include "diagnostics/Directory.h"
 #include "diagnostics/OutputPruning.h"
 #include "diagnostics/ProcFile.h"
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 
 namespace {
 
 constexpr char kJob[] = "dumpTraceAndBinderInfo";
-constexpr int kPeerTimeoutSecs = 1;
-constexpr int kNamedTimeoutSecs = 1;
 
 // The pids dumped so far in this job.
 using DumpedPids = std::unordered_set<int>;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 
 namespace android {
 

@@ -2,7 +2,7 @@
 
 #include <thread>
 
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 #include "service/Utf8Repair.h"
 
 namespace android {

@@ -5,7 +5,7 @@
 #include <binder/ProcessState.h>
 #include <signal.h>
 
-#include "service/LogLine.h"
+#include "logging/LogLine.h"
 #include "service/StallScopeService.h"
 
 using namespace android;

@@ -2,7 +2,7 @@
 
 #include "binderlog/KernelLogFormat.h"
 #include "diagnostics/AdvancedLogging.h"
-#include "service/StallScopeLogger.h"
+#include "logging/StallScopeLogger.h"
 #include "tests/support/LogCapture.h"
 
 // The address sanitizer's leak check fails without the real /proc.

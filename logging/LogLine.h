@@ -1,9 +1,9 @@
-#ifndef STALLSCOPE_SERVICE_LOGLINE_H
-#define STALLSCOPE_SERVICE_LOGLINE_H
+#ifndef STALLSCOPE_LOGGING_LOGLINE_H
+#define STALLSCOPE_LOGGING_LOGLINE_H
 
 #include <android/log.h>
 
-#include "service/StallScopeLogger.h"
+#include "logging/StallScopeLogger.h"
 
 // The tag of the lines of a source; null is the log library's default tag. A source that has a tag
 // of its own defines it before its includes.
@@ -22,4 +22,4 @@
         }                                                                                       \
     } while (false)
 
-#endif  // STALLSCOPE_SERVICE_LOGLINE_H
+#endif  // STALLSCOPE_LOGGING_LOGLINE_H
