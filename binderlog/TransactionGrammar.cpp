@@ -38,7 +38,8 @@ double toSeconds(std::string_view milliseconds) {
     return toInt(milliseconds) / 1000.0;
 }
 
-// `text` is one or more decimal digits and points.
+// `text` is one or more decimal digits and points. Short ones, which nearly all are, are read
+// without strtod: parsing an old-format log takes four fifths of the instructions.
 double durationOf(std::string_view text) {
     constexpr double kPowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
     std::string_view whole = text.substr(0, text.find('.'));
