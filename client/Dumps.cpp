@@ -3,19 +3,15 @@
 #include <chrono>
 #include <thread>
 
-#include "Commands.h"
+#include "client/Commands.h"
 
 namespace android {
 
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kPollPause(200);
-
-// Each capture has a second, so a longer silence means that the job is over.
-constexpr milliseconds kQuietTime(3000);
+constexpr std::chrono::milliseconds kPollPause(200);
 
 constexpr const char* kWhereToLook = "; the daemon's log says why";
 
@@ -35,10 +31,8 @@ void reportFile(const Request& request, const std::string& what) {
                         " bytes)");
 }
 
-/**
- * For a job that goes on in the background. A daemon that was started on demand is stopped some
- * seconds after its last client has gone, and such a job with it.
- */
+// For a job that goes on in the background. A daemon that was started on demand is stopped some
+// seconds after its last client has gone, and such a job with it.
 void reportStarted(const Request& request, const char* precaution) {
     request.report->flag("started", true);
     request.report->say("Started; the daemon captures in the background into " +
@@ -151,25 +145,21 @@ Result askDumpBinder(const Request& request) {
 Result followFile(const Request& request) {
     const std::string& file = request.arguments.file;
     const auto deadline = steady_clock::now() + std::chrono::seconds(request.arguments.waitSecs);
-    FileState last = request.before;
-    auto lastChange = steady_clock::now();
-    while (steady_clock::now() < deadline && steady_clock::now() - lastChange < kQuietTime) {
+    Growth growth(request.before, steady_clock::now());
+    bool quiet = false;
+    while (!quiet && steady_clock::now() < deadline) {
         std::this_thread::sleep_for(kPollPause);
-        const FileState now = FileState::of(file);
-        if (now != last) {
-            last = now;
-            lastChange = steady_clock::now();
-        }
+        quiet = growth.isOver(FileState::of(file), steady_clock::now());
     }
     if (!isWritten(request)) {
         return notWritten(file);
     }
-    const bool quiet = steady_clock::now() - lastChange >= kQuietTime;
-    request.report->number("size", last.size);
+    const off_t size = FileState::of(file).size;
+    request.report->number("size", size);
     request.report->flag("quiet", quiet);
     request.report->say((quiet ? "No longer growing, so probably done: "
                                : "Still growing at the end of the wait: ") +
-                        std::to_string(last.size) + " bytes");
+                        std::to_string(size) + " bytes");
     return {};
 }
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "Commands.h"
+#include "client/Commands.h"
 
 namespace android {
 
@@ -15,13 +15,13 @@ struct Pids {
     Strings pids = {};
 };
 
-/** The two verdicts in words. */
+// The two verdicts in words.
 struct Meaning {
     std::string blocked;
     std::string notBlocked;
 };
 
-/** What a report call fills in. Without a meaning the call gives no verdict. */
+// What a report call fills in. Without a meaning the call gives no verdict.
 struct Findings {
     std::string title = {};
     Meaning meaning = {};
@@ -32,12 +32,12 @@ struct Findings {
     bool blocked = false;
 };
 
-/** Two decimals are enough to read, and still show why 2.00 is not more than 2. */
+// Two decimals are enough to read, and still show why 2.00 is not more than 2.
 std::string shortSeconds(const std::string& text) {
     return text.substr(0, text.find('.') + 3) + " s";
 }
 
-/** The calls come depth first, so a caller is the latest callee of that pid still on the path. */
+// The calls come depth first, so a caller is the latest callee of that pid still on the path.
 Strings drawTree(const std::string& start, const Strings& senders, const Strings& receivers,
                  const Strings& cmdlines, const Strings& elapsed) {
     Strings tree;
