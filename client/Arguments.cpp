@@ -1,11 +1,7 @@
 #include "client/Arguments.h"
 
-#include <getopt.h>
-
 #include <algorithm>
-#include <cctype>
 #include <charconv>
-#include <cstring>
 #include <limits>
 
 #include "client/Output.h"
@@ -17,12 +13,6 @@ namespace {
 constexpr int32_t kMaxNumber = std::numeric_limits<int32_t>::max();
 constexpr int32_t kMaxWaitSecs = 24 * 60 * 60;
 constexpr size_t kMaxTagBytes = 128;
-
-// getopt_long's number for the first option of its table; below are characters.
-constexpr int kFirstOption = 256;
-
-// Operands are taken where they stand, and errors told by what getopt_long returns.
-constexpr const char* kShortOptions = "-:h";
 
 Result usageError(const std::string& message) {
     return {kUsage, message};
@@ -80,46 +70,6 @@ Result storeName(const std::string& word, Arguments* arguments) {
     return word.empty() ? usageError("NAME is empty; give a whole command line") : Result();
 }
 
-bool isNegativeNumber(const char* word) {
-    return word[0] == '-' && isdigit(static_cast<unsigned char>(word[1])) != 0;
-}
-
-std::vector<option> longOptions(const std::vector<const Option*>& options) {
-    std::vector<option> table;
-    int number = kFirstOption;
-    for (const Option* each : options) {
-        const int value = each->flag != nullptr      ? no_argument
-                          : each->withoutNumber == 0 ? required_argument
-                                                     : optional_argument;
-        table.push_back({each->name, value, nullptr, number++});
-    }
-    table.push_back({});
-    return table;
-}
-
-// What getopt_long found in text.
-Word wordFor(int found, const char* text, const std::vector<const Option*>& options) {
-    if (found == 1) {
-        return {text};
-    }
-    if (found == 'h') {
-        return {text, true, &kHelp};
-    }
-    if (found >= kFirstOption) {
-        const Option* option = options[found - kFirstOption];
-        return {text, true, option, optarg == nullptr ? std::nullopt : std::make_optional(optarg)};
-    }
-    if (optopt < kFirstOption) {
-        return {text, true};
-    }
-    const Option& option = *options[optopt - kFirstOption];
-    const std::string error =
-            strchr(text, '=') != nullptr
-                    ? "write " + spellOption(option) + ", not " + printable(text)
-                    : "--" + std::string(option.name) + " needs a number of seconds";
-    return {text, true, &option, {}, error};
-}
-
 Result storeOption(const Option& option, const Word& word, Arguments* arguments) {
     if (option.flag != nullptr) {
         arguments->*option.flag = true;
@@ -171,22 +121,19 @@ const Operand kSubject = {"SUBJECT", Times::kOnce, "first line of the file, may 
 const Operand kNames = {"[NAME...]", Times::kAnyNumber,
                         "whole command lines of processes to capture as well", storeName};
 
-const Option kHelp = {"help", "explain this subcommand and exit", &Arguments::help, {}, 0};
-const Option kJson = {"json", "print one JSON object instead of text", &Arguments::json, {}, 0};
-const Option kForce = {
-        "force", "ask even when PID or FILE looks wrong from here", &Arguments::force, {}, 0};
-const Option kWaitReply = {
-        "wait-reply", "give the call S seconds to return", {}, &Arguments::waitReplySecs, 0};
-const Option kTimeout = {"timeout", "give the capture S seconds", {}, &Arguments::timeoutSecs, 0};
-const Option kAsync = {
-        "async", "return at once and let the daemon capture on its own", &Arguments::async, {}, 0};
-const Option kNoBinderInfo = {"no-binder-info",
-                              "leave out the report of calls and its peers",
-                              &Arguments::noBinderInfo,
-                              {},
-                              0};
-const Option kWait = {
-        "wait", "wait until FILE stops growing, at most S seconds", {}, &Arguments::waitSecs, 60};
+const Option kHelp = {"help", "explain this subcommand and exit", &Arguments::help};
+const Option kJson = {"json", "print one JSON object instead of text", &Arguments::json};
+const Option kForce = {"force", "ask even when PID or FILE looks wrong from here",
+                       &Arguments::force};
+const Option kWaitReply = {"wait-reply", "give the call S seconds to return", nullptr,
+                           &Arguments::waitReplySecs};
+const Option kTimeout = {"timeout", "give the capture S seconds", nullptr, &Arguments::timeoutSecs};
+const Option kAsync = {"async", "return at once and let the daemon capture on its own",
+                       &Arguments::async};
+const Option kNoBinderInfo = {"no-binder-info", "leave out the report of calls and its peers",
+                              &Arguments::noBinderInfo};
+const Option kWait = {"wait", "wait until FILE stops growing, at most S seconds", nullptr,
+                      &Arguments::waitSecs, 60};
 
 std::vector<const Option*> optionsOf(const Syntax& syntax) {
     std::vector<const Option*> options = {&kHelp, &kJson, &kForce, &kWaitReply};
@@ -205,38 +152,6 @@ const Operand* operandAt(const Syntax& syntax, size_t place) {
 std::string spellOption(const Option& option) {
     const char* value = option.flag != nullptr ? "" : option.withoutNumber == 0 ? " S" : "[=S]";
     return "--" + std::string(option.name) + value;
-}
-
-std::vector<Word> splitWords(std::vector<std::string> words,
-                             const std::vector<const Option*>& options) {
-    words.insert(words.begin(), "stallscopectl");
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    const int count = static_cast<int>(words.size());
-    const std::vector<option> table = longOptions(options);
-    opterr = 0;
-    // 0 starts anew; the first look, at the program's name alone, only makes it 1.
-    optind = 0;
-    (void)getopt_long(1, argv.data(), kShortOptions, table.data(), nullptr);
-    std::vector<Word> split;
-    for (bool optionsEnded = false; optind < count;) {
-        char* const word = argv[optind];
-        if (optionsEnded || isNegativeNumber(word)) {
-            split.push_back({word});
-            ++optind;
-            continue;
-        }
-        const int found = getopt_long(count, argv.data(), kShortOptions, table.data(), nullptr);
-        if (found == -1) {
-            optionsEnded = true;
-        } else {
-            split.push_back(wordFor(found, word, options));
-        }
-    }
-    return split;
 }
 
 Result parseArguments(const Syntax& syntax, const std::vector<Word>& words, Arguments* arguments) {

@@ -2,11 +2,11 @@
 #define STALLSCOPE_CLIENT_ARGUMENTS_H
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "client/Result.h"
+#include "client/Words.h"
 
 namespace android {
 
@@ -32,19 +32,19 @@ struct Arguments {
 enum class Times { kOnce, kOnceOrMore, kAnyNumber };
 
 struct Operand {
-    const char* name;
-    Times times;
-    const char* help;
-    Result (*store)(const std::string& word, Arguments* arguments);
+    const char* name = "";
+    Times times = Times::kOnce;
+    const char* help = "";
+    Result (*store)(const std::string& word, Arguments* arguments) = nullptr;
 };
 
 // Sets flag, or reads a number of seconds; the number may be left out if there is one for that.
 struct Option {
-    const char* name;
-    const char* help;
-    bool Arguments::*flag;
-    int32_t Arguments::*seconds;
-    int32_t withoutNumber;
+    const char* name = "";
+    const char* help = "";
+    bool Arguments::*flag = nullptr;
+    int32_t Arguments::*seconds = nullptr;
+    int32_t withoutNumber = 0;
 };
 
 extern const Operand kPid, kAnrPid, kPids, kSeconds, kTag, kFile, kSubject, kNames;
@@ -65,19 +65,6 @@ const Operand* operandAt(const Syntax& syntax, size_t place);
 
 // "--wait[=S]" and the like.
 std::string spellOption(const Option& option);
-
-// A part of the command line: an operand, or an option with what was given as its value.
-struct Word {
-    std::string text;  // as it was typed
-    bool isOption = false;
-    const Option* option = nullptr;  // null for an option that is unknown
-    std::optional<std::string> value = {};
-    std::string error = {};  // what is wrong with the value
-};
-
-// Tells operands and options apart. A word such as "-1" is an operand.
-std::vector<Word> splitWords(std::vector<std::string> words,
-                             const std::vector<const Option*>& options);
 
 // Reads the words besides the subcommand; stops early, successfully, at --help.
 Result parseArguments(const Syntax& syntax, const std::vector<Word>& words, Arguments* arguments);
