@@ -13,7 +13,7 @@ namespace android {
 
 // One request: what to ask whom, what FILE was like before, and where the answer goes.
 struct Request {
-    IStallscope& service;
+    sp<IStallscope> service;
     const Arguments& arguments;
     FileState before;
     Report* report;

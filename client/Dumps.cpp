@@ -48,7 +48,7 @@ void reportStarted(const Request& request, const char* precaution) {
 Result askFds(const Request& request) {
     const int32_t pid = request.arguments.pid;
     int32_t entries = -1;
-    const binder::Status status = request.service.getFdSize(pid, &entries);
+    const binder::Status status = request.service->getFdSize(pid, &entries);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -67,7 +67,7 @@ Result askFds(const Request& request) {
 
 Result askListFds(const Request& request) {
     const Arguments& arguments = request.arguments;
-    const binder::Status status = request.service.catchFdInfo(arguments.file, arguments.pid);
+    const binder::Status status = request.service->catchFdInfo(arguments.file, arguments.pid);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -81,7 +81,7 @@ Result askListFds(const Request& request) {
 Result askDump(const Request& request) {
     const Arguments& arguments = request.arguments;
     bool captured = false;
-    const binder::Status status = request.service.dumpTraceForPidWithTimeout(
+    const binder::Status status = request.service->dumpTraceForPidWithTimeout(
             arguments.pid, arguments.timeoutSecs, arguments.file, &captured);
     if (!status.isOk()) {
         return callFailed(status);
@@ -99,11 +99,10 @@ Result askDump(const Request& request) {
 
 Result askDumpList(const Request& request) {
     const Arguments& arguments = request.arguments;
-    IStallscope& service = request.service;
     const auto dump = arguments.async ? &IStallscope::dumpTraceForPidListAsync
                                       : &IStallscope::dumpTraceForPidList;
     const binder::Status status =
-            (service.*dump)(arguments.pids, arguments.subject, arguments.file);
+            (*request.service.*dump)(arguments.pids, arguments.subject, arguments.file);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -129,7 +128,7 @@ Result askDumpBinder(const Request& request) {
     for (const std::string& name : arguments.names) {
         names.emplace_back(name.c_str());
     }
-    const binder::Status status = request.service.dumpTraceWithBinderInfo(
+    const binder::Status status = request.service->dumpTraceWithBinderInfo(
             arguments.pid, !arguments.noBinderInfo, names, String16(arguments.file.c_str()));
     if (!status.isOk()) {
         return callFailed(status);

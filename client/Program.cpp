@@ -51,7 +51,7 @@ Result answer(const Command& command, Arguments* arguments, const Finder& find,
     }
     Report report;
     reportQuestion(command, *arguments, &report);
-    const Request request{*service, *arguments, FileState::of(arguments->file), &report};
+    const Request request{service, *arguments, FileState::of(arguments->file), &report};
     result = ask(command, request);
     if (!result.failed() && arguments->waitSecs > 0) {
         result = followFile(request);

@@ -1,9 +1,9 @@
 #include "client/Service.h"
 
+#include <android-base/unique_fd.h>
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 #include <fcntl.h>
-#include <unistd.h>
 #include <utils/String16.h>
 
 #include <cerrno>
@@ -19,14 +19,13 @@ constexpr std::chrono::milliseconds kRetryPause(100);
 
 // ProcessState aborts where there is no usable driver.
 Result checkDriver() {
-    const int fd = open(kBinderDevice, O_RDWR | O_CLOEXEC);
-    if (fd < 0) {
-        return {kNoService,
-                std::string("cannot open ") + kBinderDevice + ": " + strerror(errno) +
-                        "; it takes a kernel with binder, and the right to open the device"};
+    const base::unique_fd fd(open(kBinderDevice, O_RDWR | O_CLOEXEC));
+    if (fd.ok()) {
+        return {};
     }
-    close(fd);
-    return {};
+    return {kNoService,
+            std::string("cannot open ") + kBinderDevice + ": " + strerror(errno) +
+                    "; it takes a kernel with binder, and the right to open the device"};
 }
 
 }  // namespace

@@ -64,6 +64,7 @@ std::vector<Word> splitWords(std::vector<std::string> words,
                              const std::vector<const Option*>& options) {
     words.insert(words.begin(), "stallscopectl");
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
