@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
@@ -21,6 +22,8 @@ namespace {
 Result refuse(const std::string& path, const std::string& why) {
     return {kUsage, "cannot use " + path + ": " + why};
 }
+
+static_assert(kQuietTime > std::chrono::seconds(std::max(kPeerTimeoutSecs, kNamedTimeoutSecs)));
 
 size_t countRegularFiles(const std::string& directory) {
     size_t count = 0;
@@ -106,9 +109,6 @@ int32_t threadGroupOf(int32_t task) {
 }  // namespace
 
 Result makeAbsolute(std::string* path) {
-    if (path->empty()) {
-        return {kUsage, "FILE is empty; name the file to write"};
-    }
     std::error_code error;
     const fs::path absolute = fs::absolute(*path, error);
     if (error) {

@@ -20,7 +20,7 @@ enum class FileUse {
     kCaptureAndPrune,  // likewise; the directory is made, and all but its five newest files removed
 };
 
-// The daemon has a working directory of its own.
+// The daemon has a working directory of its own. path is not empty.
 Result makeAbsolute(std::string* path);
 
 // Refuses a path that the daemon would refuse, or whose directory it would damage.
