@@ -185,36 +185,42 @@ fetch_root() {
         die "the arm64 packages could not be fetched; see $cache/index.log and $cache/root.log"
     tmp=$(mktemp -d "$cache/tmp.root.XXXXXX")
     archives=${apt_conf%/*}/cache/archives
-    unpack_root "$tmp/root" "$archives"
-    printf '%s\n' "${packages[@]}" >"$tmp/wanted"
-    (cd "$archives" && printf '%s\n' *.deb) >"$tmp/version"
+    unpack_root "$tmp/out/root" "$archives"
+    printf '%s\n' "${packages[@]}" >"$tmp/out/wanted"
+    (cd "$archives" && printf '%s\n' *.deb) >"$tmp/out/version"
     rm -rf "$target"
-    mv "$tmp" "$target"
+    mv "$tmp/out" "$target"
+    rm -rf "$tmp"
     finish "$(wc -l <"$target/version") packages"
 }
 
-# unpack_root ROOT ARCHIVES: what maintainer scripts would do is done here as far as it is needed.
+# unpack_root ROOT ARCHIVES: into a root with merged /usr, of which packages know nothing.
 unpack_root() {
-    local root=$1 archive name link
+    local root=$1 archive name
     mkdir -p "$root"/usr/{bin,sbin,lib}
     for name in bin sbin lib; do ln -s "usr/$name" "$root/$name"; done
     for archive in "$2"/*.deb; do
         # shellcheck disable=SC2016 # the inner shell expands them
         logged "$cache/root.log" bash -o pipefail -c 'dpkg-deb --fsys-tarfile "$1" |
-            tar -x --keep-directory-symlink -C "$2" --exclude="./usr/share/doc/*" \
-                --exclude="./usr/share/locale/*" --exclude="./usr/share/man/*"' \
-            unpack "$archive" "$root" ||
+            tar -x --keep-directory-symlink --no-same-permissions -C "$2" \
+                --exclude="./usr/share/doc/*" --exclude="./usr/share/locale/*" \
+                --exclude="./usr/share/man/*"' unpack "$archive" "$root" ||
             die "${archive##*/} could not be unpacked; is the disk full? See $cache/root.log"
     done
-    # Programs that are emulated one by one find what is here instead of the machine's own.
-    rm -rf "${root:?}"/{dev,proc,run,sys,tmp}
-    ln -s mawk "$root/usr/bin/awk"
-    ln -s ../lib/jvm/java-17-openjdk-arm64/bin/java "$root/usr/bin/java"
-    # As a sysroot it is below another root.
-    find "$root" -type l -lname '/*' | while read -r link; do
-        ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$root$(readlink "$link")")" "$link"
-    done
+    adapt_root "$root"
     for name in usr/bin/{bash,env,java} usr/lib/aarch64-linux-gnu/{libc.so,android/liblog.so}; do
         if [[ ! -s $root/$name ]]; then die "the arm64 packages hold no $name"; fi
+    done
+}
+
+# What maintainer scripts would do, as far as it is needed, and what use as a sysroot asks for.
+adapt_root() {
+    local root=$1 link
+    ln -s mawk "$root/usr/bin/awk"
+    ln -s ../lib/jvm/java-17-openjdk-arm64/bin/java "$root/usr/bin/java"
+    # Programs that are emulated one by one would find these instead of the machine's own.
+    rm -rf "${root:?}"/{dev,proc,run,sys,tmp}
+    find "$root" -type l -lname '/*' | while read -r link; do
+        ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$root$(readlink "$link")")" "$link"
     done
 }
