@@ -70,6 +70,10 @@ Result storeName(const std::string& word, Arguments* arguments) {
     return word.empty() ? usageError("NAME is empty; give a whole command line") : Result();
 }
 
+Result refuseAnalysisWord(const std::string& /*word*/, Arguments* /*arguments*/) {
+    return usageError(kAnalyzeComesFirst);
+}
+
 Result storeOption(const Option& option, const Word& word, Arguments* arguments) {
     if (option.flag != nullptr) {
         arguments->*option.flag = true;
@@ -121,7 +125,12 @@ const Operand kSubject = {"SUBJECT", Times::kOnce, "first line of the file, may 
 const Operand kNames = {"[NAME...]", Times::kAnyNumber,
                         "whole command lines of processes to capture as well", storeName};
 
+const Operand kAnalysisWords = {"[ARGUMENT...]", Times::kAnyNumber,
+                                "what stallscope-analyze is given beside --live",
+                                refuseAnalysisWord};
+
 const Option kHelp = {"help", "explain this subcommand and exit", &Arguments::help};
+const Option kVersion = {"version", "print the version and exit", &Arguments::version};
 const Option kJson = {"json", "print one JSON object instead of text", &Arguments::json};
 const Option kForce = {"force", "ask even when PID or FILE looks wrong from here",
                        &Arguments::force};
@@ -136,7 +145,7 @@ const Option kWait = {"wait", "wait until FILE stops growing, at most S seconds"
                       &Arguments::waitSecs, 60};
 
 std::vector<const Option*> optionsOf(const Syntax& syntax) {
-    std::vector<const Option*> options = {&kHelp, &kJson, &kForce, &kWaitReply};
+    std::vector<const Option*> options = {&kHelp, &kVersion, &kJson, &kForce, &kWaitReply};
     options.insert(options.end(), syntax.options.begin(), syntax.options.end());
     return options;
 }
@@ -168,7 +177,7 @@ Result parseArguments(const Syntax& syntax, const std::vector<Word>& words, Argu
         } else {
             result = storeOption(*word.option, word, arguments);
         }
-        if (result.failed() || arguments->help) {
+        if (result.failed() || arguments->help || arguments->version) {
             return result;
         }
     }

@@ -12,6 +12,7 @@ namespace android {
 
 struct Arguments {
     bool help = false;
+    bool version = false;
     bool json = false;
     bool force = false;
     bool async = false;
@@ -47,8 +48,12 @@ struct Option {
     int32_t withoutNumber = 0;
 };
 
-extern const Operand kPid, kAnrPid, kPids, kSeconds, kTag, kFile, kSubject, kNames;
-extern const Option kHelp, kJson, kForce, kWaitReply, kTimeout, kAsync, kNoBinderInfo, kWait;
+extern const Operand kPid, kAnrPid, kPids, kSeconds, kTag, kFile, kSubject, kNames, kAnalysisWords;
+extern const Option kHelp, kVersion, kJson, kForce, kWaitReply, kTimeout, kAsync, kNoBinderInfo,
+        kWait;
+
+// What is wrong with `analyze` behind an option: it hands over whatever stands behind it.
+inline constexpr char kAnalyzeComesFirst[] = "analyze has to be the first word";
 
 // What a subcommand takes: its operands in order, of which the last may repeat, and the options
 // that it adds to those of every subcommand.
@@ -66,7 +71,8 @@ const Operand* operandAt(const Syntax& syntax, size_t place);
 // "--wait[=S]" and the like.
 std::string spellOption(const Option& option);
 
-// Reads the words besides the subcommand; stops early, successfully, at --help.
+// Reads the words besides the subcommand; stops early, successfully, at --help and
+// --version.
 Result parseArguments(const Syntax& syntax, const std::vector<Word>& words, Arguments* arguments);
 
 }  // namespace android

@@ -19,13 +19,16 @@ struct Request {
     Report* report;
 };
 
+enum class ReadsLog { kNo, kYes };
+
 struct Command {
     const char* name;
     Syntax syntax;
     FileUse fileUse;
+    ReadsLog readsLog;  // whether the answer comes from the kernel's log
     const char* sentence;
     std::string details;
-    Result (*run)(const Request& request);
+    Result (*run)(const Request& request);  // null: another program's work
 };
 
 const std::vector<Command>& commands();

@@ -3,16 +3,23 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "client/Completion.h"
 #include "client/Help.h"
+#include "client/KernelLog.h"
+#include "packaging/Version.h"
 
 namespace android {
 
 namespace {
 
 constexpr std::chrono::seconds kLookUpLimit(5);
+constexpr char kAnalyze[] = "analyze";
+constexpr char kVersionLine[] = "stallscopectl " STALLSCOPE_VERSION "\n";
+constexpr char kAnalysis[] = "stallscope-analyze";
 
 [[noreturn]] void giveUp(const std::string& error, bool json) {
     const Result result{kNoService, error};
@@ -53,6 +60,9 @@ Result answer(const Command& command, Arguments* arguments, const Finder& find,
     reportQuestion(command, *arguments, &report);
     const Request request{service, *arguments, FileState::of(arguments->file), &report};
     result = ask(command, request);
+    if (!result.failed() && command.readsLog == ReadsLog::kYes) {
+        noteCutLog(kKernelLog, &report);
+    }
     if (!result.failed() && arguments->waitSecs > 0) {
         result = followFile(request);
     }
@@ -64,12 +74,20 @@ Result runCommand(const Command& command, const std::vector<Word>& words, const 
                   std::string* output) {
     Arguments arguments;
     Result result = parseArguments(command.syntax, words, &arguments);
+    const bool wantsAnswer = !arguments.help && !arguments.version;
+    if (!result.failed() && wantsAnswer && command.run == nullptr) {
+        result = {kUsage, kAnalyzeComesFirst};
+    }
     if (result.failed()) {
         result.error += "; see stallscopectl " + std::string(command.name) + " --help";
         return result;
     }
     if (arguments.help) {
         *output = commandHelp(command);
+        return {};
+    }
+    if (arguments.version) {
+        *output = kVersionLine;
         return {};
     }
     return answer(command, &arguments, find, output);
@@ -82,8 +100,25 @@ Result runWithoutCommand(const std::vector<Word>& words, std::string* output) {
         *output = overallHelp();
         return {};
     }
+    if (!result.failed() && arguments.version) {
+        *output = kVersionLine;
+        return {};
+    }
     const std::string error = result.failed() ? result.error : "no command given";
     return {kUsage, error + "; see stallscopectl --help"};
+}
+
+// Becomes the analysis; returns only when that can't be started.
+Result handOver(const std::vector<std::string>& words) {
+    std::string live = "--live";
+    std::vector<char*> argv = {const_cast<char*>(kAnalysis), live.data()};
+    for (const std::string& word : words) {
+        argv.push_back(const_cast<char*>(word.c_str()));
+    }
+    argv.push_back(nullptr);
+    execvp(kAnalysis, argv.data());
+    return {kFailed, std::string("cannot start ") + kAnalysis + ": " + strerror(errno) +
+                             "; it comes with the analysis, put it into PATH"};
 }
 
 Result runWords(std::vector<Word> words, const Finder& find, std::string* output) {
@@ -107,6 +142,10 @@ Result runProgram(const std::vector<std::string>& words, const Finder& find, std
     if (!words.empty() && words[0] == "--complete") {  // the shell's completion asks
         *output = completion({words.begin() + 1, words.end()});
         return {};
+    }
+    const bool asksForHelp = words.size() > 1 && (words[1] == "--help" || words[1] == "-h");
+    if (!words.empty() && words[0] == kAnalyze && !asksForHelp) {
+        return handOver({words.begin() + 1, words.end()});
     }
     const std::vector<Word> split = splitWords(words, allOptions());
     Result result = runWords(split, find, output);

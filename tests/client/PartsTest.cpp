@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "client/Files.h"
+#include "client/KernelLog.h"
 #include "client/Output.h"
 #include "client/Service.h"
 
@@ -35,6 +36,31 @@ TEST(FilesTest, AFileIsDoneAfterThreeSecondsWithoutGrowth) {
         const Growth::Time now{std::chrono::milliseconds(time)};
         EXPECT_EQ(over, growth.isOver({true, 1, size}, now)) << time;
     }
+}
+
+// The longest line is 10 bytes with its end.
+TEST(KernelLogTest, ALogAtMostALineShorterThanItsBufferMayBeCut) {
+    const std::pair<size_t, bool> lengths[] = {
+            {0, false},    {9, false},    {4085, false}, {4086, true},   {4095, true},
+            {4096, false}, {8181, false}, {8182, true},  {12286, false}, {16374, true}};
+    const TemporaryFile file;
+    for (const auto& [length, isCut] : lengths) {
+        std::string log;
+        while (log.size() < length) {
+            log += log.size() + 10 <= length ? "123456789\n" : "\n";
+        }
+        EXPECT_EQ(isCut, mayBeCut(log)) << length;
+        std::ofstream(file.path) << log;
+        Report report;
+        noteCutLog(file.path, &report);
+        const std::string note = "the kernel's log is " + std::to_string(length) + " bytes long";
+        EXPECT_EQ(isCut, report.text().find(note) != std::string::npos);
+        EXPECT_EQ(report.json(), isCut ? "{\"logMayBeCut\":true}\n" : "{}\n");
+    }
+    EXPECT_TRUE(mayBeCut(std::string(4090, 'x')));
+    Report report;
+    noteCutLog("/missing", &report);
+    EXPECT_EQ("", report.text());
 }
 
 TEST(FilesTest, AThreadIsNoProcess) {
