@@ -1,7 +1,5 @@
 #include "client/Help.h"
 
-#include <algorithm>
-
 namespace android {
 
 namespace {
@@ -25,7 +23,7 @@ std::string usageLine(const Command& command) {
 
 std::string column(const std::string& text, const std::string& explanation) {
     std::string padded = text;
-    padded.resize(std::max<size_t>(18, text.size() + 1), ' ');
+    padded.resize(18, ' ');
     return "  " + padded + explanation + "\n";
 }
 

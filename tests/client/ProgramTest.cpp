@@ -104,9 +104,9 @@ struct FakeService : zevo::stallscope::IStallscopeDefault {
         if (pid != kNothing) {
             *otherPids = {"5000030"};
             *pids = {"5000010", "5000020", "5000010"};
-            *lines = {"a line", pid == kYes  ? "10(a\xff):\x1b\""
-                                : pid == kNo ? "outgoing from 0 : 0 to"
-                                             : "outgoing from 0(a):0(b) to"};
+            *lines = {"a line", pid == kUnread ? "outgoing from 0(a):0(b) to"
+                                : pid == kNo   ? "outgoing from 0 : 0 to"
+                                               : "10(a\xff):\x1b\""};
         }
         return pid != kNo;
     }
