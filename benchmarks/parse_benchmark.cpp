@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,11 +11,12 @@
 #include <map>
 
 #include "benchmarks/LogGenerator.h"
+#include "benchmarks/ParseTables.h"
 #include "binderlog/BinderLogParser.h"
 #include "tests/fuzz/Transcription.h"
 
-// How fast a binder log is parsed, beside what it could cost. The format is that of the kernel
-// release in the environment; see KernelRelease.cpp.
+// How fast a binder log is parsed, beside what it could cost, as Markdown. The format is that of
+// the kernel release in the environment; see KernelRelease.cpp.
 
 namespace {
 
@@ -61,10 +61,6 @@ void measure(State& state, Files::Generate generate,
         work(path);
     }
     state.counters["bytes"] = size;
-    // The CSV reporter wants the same counters of all.
-    for (const char* name : {"peak", "records", "record_size"}) {
-        state.counters[name];
-    }
 }
 
 void parse(const std::string& path) {
@@ -137,12 +133,7 @@ void grepInC(State& state) {
     unsetenv("LC_ALL");
 }
 
-double fastest(const std::vector<double>& times) {
-    return *std::min_element(times.begin(), times.end());
-}
-
-// Registers a benchmark for each of the sizes. Other work on the machine only ever adds time, so
-// the fastest repetition says most.
+// Registers a benchmark for each of the sizes.
 void add(const char* name, void (*function)(State&), std::vector<int64_t> sizes) {
     for (int64_t size : sizes) {
         benchmark::RegisterBenchmark(name, function)
@@ -150,9 +141,7 @@ void add(const char* name, void (*function)(State&), std::vector<int64_t> sizes)
                 ->Unit(benchmark::kMicrosecond)
                 ->UseRealTime()
                 ->MinTime(0.1)
-                ->Repetitions(20)
-                ->ReportAggregatesOnly()
-                ->ComputeStatistics("min", fastest);
+                ->Repetitions(20);
     }
 }
 
@@ -197,6 +186,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     addAll();
-    benchmark::RunSpecifiedBenchmarks();
+    ParseTables tables;
+    benchmark::RunSpecifiedBenchmarks(&tables);
+    tables.print();
     return 0;
 }

@@ -1,21 +1,17 @@
 #ifndef STALLSCOPE_BINDERLOG_BINDERLOGPARSER_H
 #define STALLSCOPE_BINDERLOG_BINDERLOGPARSER_H
 
-#include <map>
 #include <string>
 #include <vector>
 
 #include "binderlog/BinderTransaction.h"
 #include "binderlog/KernelLogFormat.h"
+#include "binderlog/SectionFiler.h"
+#include "binderlog/TransactionTypes.h"
 
 namespace android {
 
 inline constexpr char kBinderLogPath[] = "/dev/binderfs/binder_logs/transactions";
-
-// The types that the parser gives its records.
-inline constexpr char kOutgoing[] = "outgoing";
-inline constexpr char kIncoming[] = "incoming";
-inline constexpr char kPendingAsync[] = "pending async";
 
 // The kernel's binder transaction log, as lists of transactions by the process in whose section
 // they stand. One parser serves one request on one thread.
@@ -37,8 +33,8 @@ class BinderLogParser {
     std::vector<BinderTransaction> getProcessTransactionsByType(int pid,
                                                                 const std::string& type) const;
 
-    // Reads one line of the new format (kernel 6.1 and later) or of the old one. A line that
-    // can't be read gives a record with only its type.
+    // Reads one line of the new format or of the old one; see KernelLogFormat.h. A line that can't
+    // be read gives a record with only its type.
     static BinderTransaction parseTransactionAbove6_1(const std::string& line,
                                                       const std::string& type);
     static BinderTransaction parseTransactionBelow6_1(const std::string& line,
@@ -48,13 +44,7 @@ class BinderLogParser {
     static double extractDuration(const std::string& text);
 
   private:
-    // By section pid. A section that occurs twice collects the lines of both.
-    using Sections = std::map<int, std::vector<BinderTransaction>>;
-
-    // The section of pid, with an empty list if it is new; the end for what is no pid.
-    Sections::iterator enterSection(int pid, Sections::iterator previous);
-
-    Sections processTransactions;
+    BinderLogSections processTransactions;
 };
 
 }  // namespace android

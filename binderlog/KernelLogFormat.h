@@ -1,10 +1,16 @@
 #ifndef STALLSCOPE_BINDERLOG_KERNELLOGFORMAT_H
 #define STALLSCOPE_BINDERLOG_KERNELLOGFORMAT_H
 
+#include <optional>
+
 namespace android {
 
-// True when the running kernel (uname) is 6.1 or later and so writes the new line format. Fixed
-// during static initialisation; a release that can't be read means the old format.
+// Whether a kernel of this release ("6.1.75-android14") is taken to write the new line format: 6.1
+// and later. Nothing when the text does not begin with two numbers.
+std::optional<bool> isNewFormatRelease(const char* release);
+
+// The same for the running kernel (uname), fixed during static initialisation. A release that can't
+// be read means the old format.
 extern const bool supportNewBinderLogFormat;
 
 }  // namespace android

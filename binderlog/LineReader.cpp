@@ -26,11 +26,10 @@ LineReader::LineReader(const std::string& path)
 bool LineReader::next(std::string_view* line) {
     size_t searched = 0;
     for (;;) {
-        char* begin = mBuffer.get() + mBegin;
+        const char* begin = mBuffer.get() + mBegin;
         size_t size = mEnd - mBegin;
-        char* end = static_cast<char*>(memchr(begin + searched, '\n', size - searched));
+        auto* end = static_cast<const char*>(memchr(begin + searched, '\n', size - searched));
         if (end != nullptr) {
-            *end = '\0';
             *line = std::string_view(begin, end - begin);
             mBegin += line->size() + 1;
             return true;
@@ -41,23 +40,20 @@ bool LineReader::next(std::string_view* line) {
         }
         mAtEnd = true;
         *line = std::string_view(mBuffer.get() + mBegin, mEnd - mBegin);
-        mBuffer.get()[mEnd] = '\0';
         mBegin = mEnd;
         return !line->empty();
     }
 }
 
-// Moves the unfinished line to the front and reads on behind it. One byte always stays free for the
-// NUL behind a last line without a line end.
+// Moves the unfinished line to the front and reads on behind it.
 bool LineReader::fill() {
     mEnd -= mBegin;
     memmove(mBuffer.get(), mBuffer.get() + mBegin, mEnd);
     mBegin = 0;
-    if (mEnd + 1 == mCapacity) {
+    if (mEnd == mCapacity) {
         grow();
     }
-    ssize_t count =
-            TEMP_FAILURE_RETRY(read(mFile.get(), mBuffer.get() + mEnd, mCapacity - 1 - mEnd));
+    ssize_t count = TEMP_FAILURE_RETRY(read(mFile.get(), mBuffer.get() + mEnd, mCapacity - mEnd));
     if (count <= 0) {
         return false;
     }

@@ -17,7 +17,7 @@ class LineReader {
 
     bool isOpen() const { return mFile.get() >= 0; }
 
-    // The next line without its line end, followed in memory by a NUL; valid until the next call.
+    // The next line without its line end, valid until the next call.
     // False at the end of the file, which a read error counts as.
     bool next(std::string_view* line);
 

@@ -7,9 +7,8 @@
 
 namespace android {
 
-// Fill a new record, all but its type, from a line; one that can't be read leaves it as it is. Both
-// expect a NUL behind the line, for the debug log. A number that does not fit its field ends the
-// process.
+// Fill a new record, all but its type, from a line; one that can't be read leaves it as it is. A
+// number that does not fit its field ends the process.
 void readNewFormatLine(std::string_view line, BinderTransaction* transaction);
 void readOldFormatLine(std::string_view line, BinderTransaction* transaction);
 

@@ -7,6 +7,8 @@
 
 namespace android {
 
+// Here and not beside its only user for the sake of the check below: a linker takes this source out
+// of the library for the list alone, and the check comes along.
 const std::vector<std::string> kShellJavaProcessNames = {"com.android.commands.monkey"};
 
 namespace {
@@ -15,7 +17,8 @@ constexpr double kNewFormatKernel = 6.1;
 
 // Looks for a kernel of the new log format in proc/version, which is relative on purpose: the
 // daemon is started in "/". The answer is not used any more, KernelLogFormat.h has the one that is;
-// what remains of it is that a daemon started elsewhere says so in the log.
+// what remains of it is that a daemon started elsewhere says so in the log, in the name of
+// operator(), as a lambda is called.
 [[maybe_unused]] const bool sIsNewKernel = [] {
     constexpr char kPath[] = "proc/version";
     std::ifstream file(kPath);

@@ -16,22 +16,41 @@ namespace {
 constexpr char kCapture[] = "dumpBacktraceToFileTimeout";
 constexpr mode_t kReadableAndWritable = 0666;  // before the umask
 
+// Less is never asked for: a time-out of 0 would make the debugger daemon's client wait forever.
+constexpr int kShortestAttemptSecs = 1;
+
 enum class Outcome { Succeeded, Failed, OutOfTime };
 
-// One attempt with what is left of the budget. Less than a second is never asked for: a time-out of
-// 0 would make the debugger daemon's client wait forever.
-Outcome attempt(int pid, const std::string& file, int remainingSecs, DebuggerdDumpType type) {
-    const char* kind = type == kDebuggerdJavaBacktrace ? "Java" : "Native";
-    if (remainingSecs < 1) {
-        LOG_LINE(ANDROID_LOG_ERROR, kCapture, "Timeout reached before dumping %s stack for pid %d",
-                 kind, pid);
+// Successes are logged at ERROR as well, on purpose: who filters the log by priority sees how a
+// capture ended either way.
+
+Outcome attemptJava(int pid, const std::string& file, int remainingSecs) {
+    if (remainingSecs < kShortestAttemptSecs) {
+        LOG_LINE(ANDROID_LOG_ERROR, kCapture,
+                 "Timeout reached before dumping Java stack for pid %d", pid);
         return Outcome::OutOfTime;
     }
-    if (!dumpTraces(pid, file, remainingSecs, type)) {
-        return Outcome::Failed;
+    if (dumpTraces(pid, file, remainingSecs, kDebuggerdJavaBacktrace)) {
+        LOG_LINE(ANDROID_LOG_ERROR, kCapture, "Java stack dump succeeded for pid %d", pid);
+        return Outcome::Succeeded;
     }
-    LOG_LINE(ANDROID_LOG_ERROR, kCapture, "%s stack dump succeeded for pid %d", kind, pid);
-    return Outcome::Succeeded;
+    LOG_LINE(ANDROID_LOG_ERROR, kCapture,
+             "Java stack dump failed for pid %d, attempting to dump native stack...", pid);
+    return Outcome::Failed;
+}
+
+Outcome attemptNative(int pid, const std::string& file, int remainingSecs) {
+    if (remainingSecs < kShortestAttemptSecs) {
+        LOG_LINE(ANDROID_LOG_ERROR, kCapture,
+                 "Timeout reached before dumping Native stack for pid %d", pid);
+        return Outcome::OutOfTime;
+    }
+    if (dumpTraces(pid, file, remainingSecs, kDebuggerdNativeBacktrace)) {
+        LOG_LINE(ANDROID_LOG_ERROR, kCapture, "Native stack dump succeeded for pid %d", pid);
+        return Outcome::Succeeded;
+    }
+    LOG_LINE(ANDROID_LOG_ERROR, kCapture, "Native stack dump failed for pid %d", pid);
+    return Outcome::Failed;
 }
 
 }  // namespace
@@ -71,19 +90,14 @@ bool dumpBacktraceToFileTimeout(int pid, int timeoutSecs, const std::string& fil
                  pid);
         return false;
     }
+    Outcome outcome = Outcome::Failed;
     if (type == ProcessType::Java) {
-        Outcome java = attempt(pid, file, elapsed.leftOf(timeoutSecs), kDebuggerdJavaBacktrace);
-        if (java != Outcome::Failed) {
-            return java == Outcome::Succeeded;
-        }
-        LOG_LINE(ANDROID_LOG_ERROR, __func__,
-                 "Java stack dump failed for pid %d, attempting to dump native stack...", pid);
+        outcome = attemptJava(pid, file, elapsed.leftOf(timeoutSecs));
     }
-    Outcome native = attempt(pid, file, elapsed.leftOf(timeoutSecs), kDebuggerdNativeBacktrace);
-    if (native == Outcome::Failed) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Native stack dump failed for pid %d", pid);
+    if (outcome == Outcome::Failed) {
+        outcome = attemptNative(pid, file, elapsed.leftOf(timeoutSecs));
     }
-    return native == Outcome::Succeeded;
+    return outcome == Outcome::Succeeded;
 }
 
 }  // namespace android

@@ -14,6 +14,7 @@ void printfBinderInfo(int pid, BinderLogParser& parser, const std::string& tag) 
         return;
     }
     const std::vector<BinderTransaction>* transactions = parser.getProcessTransactions(pid);
+    // Unreachable behind the check above; kept, so that the printout stands for itself.
     if (transactions == nullptr) {
         __android_log_buf_print(LOG_ID_SYSTEM, ANDROID_LOG_WARN, tag.c_str(),
                                 "No transactions found for pid %d", pid);

@@ -4,6 +4,7 @@
 
 #include "diagnostics/OutgoingWalk.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TextList.h"
 #include "diagnostics/TransactionRules.h"
 #include "logging/LogLine.h"
 

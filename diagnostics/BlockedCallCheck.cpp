@@ -4,6 +4,7 @@
 #include "diagnostics/ProcessAttributes.h"
 #include "diagnostics/ProcessClassification.h"
 #include "diagnostics/ReportLine.h"
+#include "diagnostics/TextList.h"
 #include "diagnostics/TransactionRules.h"
 #include "logging/LogLine.h"
 

@@ -38,6 +38,7 @@ void dumpTraceForAllProcess(const std::vector<int>& pids, const std::string& sub
         }
         dumpBacktraceToFileTimeout(pid, remaining, file);
     }
+    // At ERROR though it went well, like the captures' own lines.
     LOG_LINE(ANDROID_LOG_ERROR, __func__, "Dump trace for all processes done");
 }
 

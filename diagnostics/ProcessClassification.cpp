@@ -1,8 +1,5 @@
 #include "diagnostics/ProcessClassification.h"
 
-#include "diagnostics/TransactionRules.h"
-#include "logging/LogLine.h"
-
 namespace android {
 
 ProcessType classifyOomAdj(int adj) {
@@ -16,21 +13,6 @@ ProcessType classifyOomAdj(int adj) {
         return ProcessType::Unknown;
     }
     return ProcessType::Java;
-}
-
-bool isShellJavaProcess(const std::string& cmdline) {
-    return containsText(kShellJavaProcessNames, cmdline);
-}
-
-bool isPidInLists(const char* function, const std::string& pid,
-                  const std::vector<std::string>* javaPids,
-                  const std::vector<std::string>* nativePids) {
-    bool isListed = (javaPids != nullptr && containsText(*javaPids, pid)) ||
-                    (nativePids != nullptr && containsText(*nativePids, pid));
-    if (isListed) {
-        LOG_LINE(ANDROID_LOG_DEBUG, function, "%s is in list", pid.c_str());
-    }
-    return isListed;
 }
 
 }  // namespace android

@@ -26,15 +26,6 @@ extern const std::vector<std::string> kShellJavaProcessNames;
 // The class of a process with this oom_score_adj.
 ProcessType classifyOomAdj(int adj);
 
-// True when a process that the shell started is a Java program.
-bool isShellJavaProcess(const std::string& cmdline);
-
-// True when `pid` is one of the texts in `javaPids` or `nativePids`, either of which may be null;
-// then says so in the debug log in the name of `function`.
-bool isPidInLists(const char* function, const std::string& pid,
-                  const std::vector<std::string>* javaPids,
-                  const std::vector<std::string>* nativePids);
-
 }  // namespace android
 
 #endif  // STALLSCOPE_DIAGNOSTICS_PROCESSCLASSIFICATION_H

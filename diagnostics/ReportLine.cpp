@@ -1,27 +1,10 @@
 #include "diagnostics/ReportLine.h"
 
-#include <cmath>
-
 #include "diagnostics/ProcessAttributes.h"
 
 namespace android {
 
 namespace {
-
-// As "%f" prints it, but faster for whole milliseconds, which nearly all are. Below the limit a
-// double is too close to its number of milliseconds to differ in six digits.
-std::string elapsedText(double seconds) {
-    constexpr double kLimit = 1e9;
-    if (seconds > 0 && seconds < kLimit) {
-        const long long milliseconds = std::llround(seconds * 1000);
-        if (static_cast<double>(milliseconds) / 1000.0 == seconds) {
-            std::string text = std::to_string(milliseconds / 1000) + ".";
-            std::string fraction = std::to_string(1000 + milliseconds % 1000);
-            return text.append(fraction, 1, 3).append("000");
-        }
-    }
-    return std::to_string(seconds);
-}
 
 void appendTail(std::string* line, const std::string& elapsed, int code) {
     line->append(" elapsed: ").append(elapsed).append(" s code: ").append(std::to_string(code));
@@ -38,7 +21,7 @@ void appendEndpoint(std::string* line, int pid, const std::string& cmdline, int 
 CallTexts readCallTexts(const BinderTransaction& transaction) {
     return {getProcessCmdline(transaction.fromPid), getProcessComm(transaction.fromTid),
             getProcessCmdline(transaction.toPid), getProcessComm(transaction.toTid),
-            elapsedText(transaction.elapsed)};
+            std::to_string(transaction.elapsed)};
 }
 
 std::string namedLine(const char* kind, const BinderTransaction& transaction,
@@ -60,7 +43,7 @@ std::string plainLine(const BinderTransaction& transaction) {
                        std::to_string(transaction.fromTid) + " to " +
                        std::to_string(transaction.toPid) + " : " +
                        std::to_string(transaction.toTid);
-    appendTail(&line, elapsedText(transaction.elapsed), transaction.code);
+    appendTail(&line, std::to_string(transaction.elapsed), transaction.code);
     return line;
 }
 

@@ -1,7 +1,5 @@
 #include "diagnostics/TransactionRules.h"
 
-#include <algorithm>
-
 #include "logging/LogLine.h"
 
 namespace android {
@@ -26,10 +24,6 @@ bool leadsOn(int pid, const BinderTransaction& call) {
 
 bool isLongMainThreadCall(const BinderTransaction& call) {
     return call.elapsed > kLongCallSecs && call.fromPid == call.fromTid;
-}
-
-bool containsText(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
 }  // namespace android

@@ -1,9 +1,6 @@
 #ifndef STALLSCOPE_DIAGNOSTICS_TRANSACTIONRULES_H
 #define STALLSCOPE_DIAGNOSTICS_TRANSACTIONRULES_H
 
-#include <string>
-#include <vector>
-
 #include "binderlog/BinderLogParser.h"
 
 namespace android {
@@ -18,8 +15,6 @@ bool leadsOn(int pid, const BinderTransaction& call);
 
 // True when the sender's main thread sent the call and it has lasted for more than two seconds.
 bool isLongMainThreadCall(const BinderTransaction& call);
-
-bool containsText(const std::vector<std::string>& texts, const std::string& text);
 
 }  // namespace android
 

@@ -1,6 +1,7 @@
 # Sourced by host/setup: what is fetched from the Debian mirrors that the machine is configured for.
 # Uses its begin, finish, logged, die, names_in, and the variables repo and cache.
-# shellcheck shell=bash disable=SC2154
+# It has set -e, so a failing cd ends it.
+# shellcheck shell=bash disable=SC2154,SC2164
 
 # What the guest loads, in loading order; kernels have some of them built in.
 readonly -a kernel_modules=(virtio_ring virtio virtio_pci_legacy_dev virtio_pci_modern_dev

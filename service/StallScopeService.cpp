@@ -46,9 +46,12 @@ Status StallScopeService::getTransaction(int32_t pid, std::vector<std::string>* 
     LOG_LINE(ANDROID_LOG_DEBUG, __func__, "StallScopeService getTransaction pid: %d", pid);
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
+        const AppendedTexts senders(senderCmdlines);
+        const AppendedTexts receivers(receiverCmdlines);
         *result = getBinderTransactions(pid, parser, lines, javaPids, nativePids, senderCmdlines,
                                         receiverCmdlines, elapsedTexts, senderPids, receiverPids);
-        repairUtf8({lines, senderCmdlines, receiverCmdlines});
+        senders.repairEnds();
+        receivers.repairEnds();
     }
     return Status::ok();
 }
@@ -62,7 +65,6 @@ Status StallScopeService::getAsyncTransaction(int32_t anrFromPid, int32_t pid,
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
         *result = getAsyncBinderTransactions(anrFromPid, pid, parser, lines, javaPids, nativePids);
-        repairUtf8({lines});
     }
     return Status::ok();
 }
@@ -74,7 +76,6 @@ Status StallScopeService::getThreadFullInfo(int32_t pid, std::vector<std::string
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
         getBinderThreadFullInfo(pid, parser, lines, javaPids, nativePids);
-        repairUtf8({lines});
     }
     return Status::ok();
 }
@@ -106,8 +107,9 @@ Status StallScopeService::getTransactProc(int32_t pid, const std::string& tag,
     LOG_LINE(ANDROID_LOG_DEBUG, __func__, "StallScopeService getTransactProc pid: %d", pid);
     BinderLogParser parser;
     if (parseBinderLog(__func__, &parser)) {
+        const AppendedTexts peers(peerCmdlines);
         getBinderToProcess(pid, parser, tag, peerPids, peerCmdlines, lines);
-        repairUtf8({peerCmdlines, lines});
+        peers.repairEnds();
     }
     return Status::ok();
 }

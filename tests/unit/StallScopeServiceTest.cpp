@@ -132,26 +132,34 @@ TEST_F(Quiet, WritesNoDebugLine) {
 
 // One name that is no UTF-8 would make the stub refuse the whole reply.
 TEST_F(Service, RepairsNamesThatTheStubWouldRefuse) {
-    const std::string valid = "\x7f\u0080\u07ff\u0800\u20ac\uffff\U00010000\U0010ffffz";
+    const std::string kept = "\xc3(\xff\x80\x80\x80\u07ff\u20ac\U0010ffffz";
     const std::pair<std::string, const char*> rows[] = {
-            {valid, valid.c_str()},
+            {kept, kept.c_str()},
             {"tail\xc3", "tail\ufffd"},
             {"\xf0\x9f\x98", "\ufffd\ufffd\ufffd"},
-            {"\xe2\x82(x", "\ufffd\ufffd(x"},
-            {"\xc0\xaf \xe0\x9f\xbf", "\ufffd\ufffd \ufffd\ufffd\ufffd"},
-            {"\xed\xa0\x80\xf4\x90\x80\x80\xff",
-             "\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd\ufffd"},
+            {"x\xf4"
+             "ab",
+             "x\ufffd"
+             "ab"},
+            {"\xff\xe0\xc2", "\ufffd\ufffd\ufffd"},
     };
     for (const auto& [name, repaired] : rows) {
-        EXPECT_EQ(repairUtf8(name), repaired);
+        EXPECT_EQ(repairEnd(name), repaired);
     }
+    // Only what the call appends, and only names: a line never ends in the middle of anything.
     write(kBinderLogPath, kLog);
-    write("/proc/20/cmdline", "p20\xff");
+    write("/proc/20/cmdline", "p20\xe2");
     for (size_t i = 0; i < std::size(kMethods); ++i) {
         Answer answer;
+        for (Texts& list : answer.lists) {
+            list = {"own\xe2"};
+        }
         ask(i, &answer);
         for (const Texts& list : answer.lists) {
-            EXPECT_EQ(list.back(), repairUtf8(list.back())) << std::get<0>(kMethods[i]);
+            EXPECT_EQ(list.front(), "own\xe2");
+            EXPECT_NE(list.back(), "p20\xe2") << std::get<0>(kMethods[i]);
+            bool isLine = list.back().find(" transaction from ") != std::string::npos;
+            EXPECT_EQ(isLine, list.back().find("(p20\xe2):") != std::string::npos);
         }
     }
 }
