@@ -16,6 +16,12 @@ field() {
                        found { printf "%s", $0 } END { print "" }' "$2"
 }
 
+# quickly COMMAND...: a build of a Debian package without debug information, which takes a third of
+# the time.
+quickly() {
+    DEB_BUILD_OPTIONS="noautodbgsym parallel=$(nproc)" DEB_CXXFLAGS_APPEND=-g0 "$@"
+}
+
 # Installs what host/packages-device.txt lists and this machine lacks.
 install_packages() {
     local -a missing
