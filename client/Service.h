@@ -5,9 +5,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+#include <future>
 #include <thread>
 
 #include "Arguments.h"
@@ -26,9 +25,7 @@ class Watchdog {
     ~Watchdog();
 
   private:
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    bool mDisarmed = false;
+    std::promise<void> mDisarmed;
     std::thread mThread;
 };
 
