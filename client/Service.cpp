@@ -31,20 +31,16 @@ Result checkDriver() {
 }  // namespace
 
 Watchdog::Watchdog(std::chrono::seconds limit, std::function<void()> expired)
-      : mThread([this, deadline = std::chrono::steady_clock::now() + limit,
+      : mThread([disarmed = mDisarmed.get_future(),
+                 deadline = std::chrono::steady_clock::now() + limit,
                  expired = std::move(expired)] {
-            std::unique_lock<std::mutex> lock(mMutex);
-            if (!mChanged.wait_until(lock, deadline, [this] { return mDisarmed; })) {
+            if (disarmed.wait_until(deadline) == std::future_status::timeout) {
                 expired();
             }
         }) {}
 
 Watchdog::~Watchdog() {
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        mDisarmed = true;
-    }
-    mChanged.notify_one();
+    mDisarmed.set_value();
     mThread.join();
 }
 

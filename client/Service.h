@@ -6,9 +6,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
+#include <future>
 #include <thread>
 
 #include "client/Result.h"
@@ -25,9 +24,7 @@ class Watchdog {
     ~Watchdog();
 
   private:
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    bool mDisarmed = false;
+    std::promise<void> mDisarmed;
     std::thread mThread;
 };
 
