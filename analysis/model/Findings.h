@@ -1,0 +1,158 @@
+#ifndef STALLSCOPE_ANALYSIS_MODEL_FINDINGS_H
+#define STALLSCOPE_ANALYSIS_MODEL_FINDINGS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "analysis/model/BinderLog.h"
+#include "analysis/model/Place.h"
+#include "analysis/model/ThreadId.h"
+
+namespace stallscope {
+
+// What follows from one Snapshot. The sentence, the JSON, the picture and the page all come from
+// here. Lists refer to each other by index; kNone is no index.
+
+inline constexpr int kNone = -1;
+
+enum class EdgeType : uint8_t { kServed, kQueued, kLock };
+enum class DeadlockKind : uint8_t { kCalls, kLocks, kPool, kMixed };
+
+// What two looks say of a thread: the same call at the top of its stack, or another one.
+enum class Movement : uint8_t { kUnknown, kStuck, kBusy };
+
+std::string_view nameOf(EdgeType type);      // "served", "queued", "lock"
+std::string_view nameOf(DeadlockKind kind);  // "calls", "locks", "pool", "mixed"
+std::string_view nameOf(Movement movement);  // "unknown", "stuck", "busy"
+
+// One call, all of its lines joined.
+struct Call {
+    int64_t debugId = kNoDebugId;
+    ThreadId from;
+    ThreadId to;  // as its first line prints it
+    uint32_t code = 0;
+    uint32_t flags = 0;
+    int64_t node = kNoNode;
+    int64_t timeMs = kNoTime;  // the largest that any of its lines prints
+    std::vector<Place> places;
+};
+
+// Why a thread waits: one call or one lock. Served and lock lead to one thread, queued to all
+// threads of a pool (or to the process itself where none is known).
+struct Wait {
+    int thread = kNone;  // who waits, in Findings::threads
+    EdgeType type = EdgeType::kServed;
+    int target = kNone;         // in Findings::threads; kNone with a pool
+    int pool = kNone;           // in Findings::pools
+    int call = kNone;           // in Findings::calls; kNone for a lock
+    std::string_view lock;      // the object's text in the dump
+    std::string_view lockType;  // its class
+    // The waiting thread or the holder has moved on by the log's account: dump and log are apart.
+    bool isDoubtful = false;
+    std::vector<Place> places;
+};
+
+// The threads of a process that serve one context, as far as somebody waits for one of them.
+struct Pool {
+    int pid = 0;
+    std::string context;
+    std::vector<int> threads;  // in Findings::threads; the process itself if none is known
+};
+
+// A thread (or, with tid 0, a process) that waits or that somebody waits for.
+struct ThreadNode {
+    ThreadId id;
+    std::string process;  // name; empty when it is not known
+    std::string name;
+    std::string doing;       // "serving code 3 on node 28 for 2.9 s", as far as known
+    std::vector<int> waits;  // in Findings::waits
+    int serving = kNone;     // the call at the top of its stack, in Findings::calls
+    const struct DumpThread* dump = nullptr;  // its stack of the log's moment, in the Snapshot
+    std::vector<Place> places;                // its header and the top line of each of its stacks
+    Movement movement = Movement::kUnknown;
+    // The first step to the end that it waits for: a wait of this thread and the thread that this
+    // leads to; kNone at an end. Of several ends the one that stands first in the ranking, a
+    // deadlock before any blocker, by the shortest way.
+    int nextWait = kNone;
+    int nextThread = kNone;
+    int end = kNone;  // in Findings::ends; kNone when its waits lead nowhere
+};
+
+struct RootBlocker {
+    int thread = kNone;  // in Findings::threads
+    uint64_t blockedThreads = 0;
+    uint64_t blockedProcesses = 0;
+    int64_t longestWaitMs = kNoTime;
+    bool isProbable = false;  // rests on a doubtful lock wait
+    bool isShort = false;     // below the threshold: not to be reported
+    std::vector<Place> places;
+};
+
+struct Deadlock {
+    DeadlockKind kind = DeadlockKind::kCalls;
+    std::vector<int> members;  // in Findings::threads, along the cycle, the smallest first
+    std::vector<int> waits;    // in Findings::waits, all of all members in their order
+    uint64_t blockedThreads = 0;
+    uint64_t blockedProcesses = 0;
+    bool isProbable = false;
+    std::vector<Place> places;
+};
+
+// Where waits end: a deadlock or a root blocker.
+struct End {
+    int deadlock = kNone;
+    int rootBlocker = kNone;
+};
+
+// From a thread that waits and that nobody waits for to the end, by ThreadNode::nextThread.
+struct Chain {
+    std::vector<int> threads;  // at least two; a deadlock's chain stops at its first member
+    int end = kNone;
+};
+
+struct ExhaustedPool {
+    int pid = 0;
+    std::string process;
+    uint64_t queued = 0;
+    int64_t oldestMs = kNoTime;
+    bool isShort = false;
+    std::vector<Place> places;
+};
+
+struct OnewayBacklog {
+    int pid = 0;
+    std::string process;
+    int64_t node = kNoNode;
+    uint64_t queued = 0;
+    int64_t oldestMs = kNoTime;
+    bool isShort = false;
+    std::vector<Place> places;
+};
+
+struct Findings {
+    std::vector<ThreadNode> threads;  // by id
+    std::vector<Wait> waits;          // by thread
+    std::vector<Pool> pools;          // by pid and context
+    std::vector<Call> calls;
+
+    std::vector<Deadlock> deadlocks;        // most blocked threads first
+    std::vector<RootBlocker> rootBlockers;  // ranked; those that are short stand last
+    std::vector<End> ends;                  // deadlocks, then root blockers
+    std::vector<Chain> chains;              // by end, longest first
+    std::vector<ExhaustedPool> exhaustedPools;
+    std::vector<OnewayBacklog> onewayBacklogs;
+
+    int64_t thresholdMs = 0;
+    bool hasTimes = false;      // at least one line of the log prints how long a call takes
+    bool isSecondLook = false;  // threads' `movement` is known
+
+    // True when somebody waits who won't be served soon: what the exit status 1 says.
+    bool isAnybodyStuck() const;
+};
+
+}  // namespace stallscope
+
+#endif  // STALLSCOPE_ANALYSIS_MODEL_FINDINGS_H
