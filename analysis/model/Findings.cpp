@@ -51,4 +51,14 @@ bool Findings::isAnybodyStuck() const {
                        [](const ExhaustedPool& each) { return !each.isShort; });
 }
 
+const int* Findings::targetsOf(const Wait& wait, size_t* count) const {
+    if (wait.pool == kNone) {
+        *count = 1;
+        return &wait.target;
+    }
+    const std::vector<int>& members = pools[wait.pool].threads;
+    *count = members.size();
+    return members.data();
+}
+
 }  // namespace stallscope

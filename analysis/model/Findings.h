@@ -2,21 +2,21 @@
 #define STALLSCOPE_ANALYSIS_MODEL_FINDINGS_H
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "analysis/model/BinderLog.h"
 #include "analysis/model/Place.h"
+#include "analysis/model/ThreadDump.h"
 #include "analysis/model/ThreadId.h"
 
 namespace stallscope {
 
-// What follows from one Snapshot. The sentence, the JSON, the picture and the page all come from
-// here. Lists refer to each other by index; kNone is no index.
+// What follows from one Snapshot, which has to outlive it: names are views into it. The sentence,
+// the JSON, the picture and the page all come from here. Lists refer to each other by index.
 
-inline constexpr int kNone = -1;
+inline constexpr int kNone = -1;  // no index
 
 enum class EdgeType : uint8_t { kServed, kQueued, kLock };
 enum class DeadlockKind : uint8_t { kCalls, kLocks, kPool, kMixed };
@@ -37,7 +37,7 @@ struct Call {
     uint32_t flags = 0;
     int64_t node = kNoNode;
     int64_t timeMs = kNoTime;  // the largest that any of its lines prints
-    std::vector<Place> places;
+    IndexRange places;         // in Findings::callPlaces: all of its lines
 };
 
 // Why a thread waits: one call or one lock. Served and lock lead to one thread, queued to all
@@ -45,37 +45,35 @@ struct Call {
 struct Wait {
     int thread = kNone;  // who waits, in Findings::threads
     EdgeType type = EdgeType::kServed;
-    int target = kNone;         // in Findings::threads; kNone with a pool
-    int pool = kNone;           // in Findings::pools
-    int call = kNone;           // in Findings::calls; kNone for a lock
-    std::string_view lock;      // the object's text in the dump
-    std::string_view lockType;  // its class
+    int target = kNone;              // in Findings::threads; kNone with a pool
+    int pool = kNone;                // in Findings::pools
+    int call = kNone;                // in Findings::calls; kNone for a lock
+    const LockWait* lock = nullptr;  // in the Snapshot, null for a call
     // The waiting thread or the holder has moved on by the log's account: dump and log are apart.
     bool isDoubtful = false;
-    std::vector<Place> places;
 };
 
 // The threads of a process that serve one context, as far as somebody waits for one of them.
 struct Pool {
     int pid = 0;
-    std::string context;
+    std::string_view context;
     std::vector<int> threads;  // in Findings::threads; the process itself if none is known
 };
 
 // A thread (or, with tid 0, a process) that waits or that somebody waits for.
 struct ThreadNode {
     ThreadId id;
-    std::string process;  // name; empty when it is not known
-    std::string name;
-    std::string doing;       // "serving code 3 on node 28 for 2.9 s", as far as known
-    std::vector<int> waits;  // in Findings::waits
-    int serving = kNone;     // the call at the top of its stack, in Findings::calls
-    const struct DumpThread* dump = nullptr;  // its stack of the log's moment, in the Snapshot
-    std::vector<Place> places;                // its header and the top line of each of its stacks
+    std::string_view process;  // names; empty when they are not known
+    std::string_view name;
+    IndexRange waits;                  // in Findings::waits
+    IndexRange stacks;                 // in Findings::stacks
+    int serving = kNone;               // the incoming call at the top of a stack
+    bool waitsInCall = false;          // also in one that is parked or whose receiver has gone
+    const DumpThread* dump = nullptr;  // its stack, of the log's moment if there is one
     Movement movement = Movement::kUnknown;
     // The first step to the end that it waits for: a wait of this thread and the thread that this
-    // leads to; kNone at an end. Of several ends the one that stands first in the ranking, a
-    // deadlock before any blocker, by the shortest way.
+    // leads to; kNone at an end. Of several ends the one that stands first in Findings::ends, by
+    // the shortest way.
     int nextWait = kNone;
     int nextThread = kNone;
     int end = kNone;  // in Findings::ends; kNone when its waits lead nowhere
@@ -86,19 +84,18 @@ struct RootBlocker {
     uint64_t blockedThreads = 0;
     uint64_t blockedProcesses = 0;
     int64_t longestWaitMs = kNoTime;
+    int longestCall = kNone;  // the call that takes this long
     bool isProbable = false;  // rests on a doubtful lock wait
     bool isShort = false;     // below the threshold: not to be reported
-    std::vector<Place> places;
 };
 
 struct Deadlock {
     DeadlockKind kind = DeadlockKind::kCalls;
     std::vector<int> members;  // in Findings::threads, along the cycle, the smallest first
-    std::vector<int> waits;    // in Findings::waits, all of all members in their order
+    std::vector<int> waits;    // in Findings::waits: all of all members, in their order
     uint64_t blockedThreads = 0;
     uint64_t blockedProcesses = 0;
     bool isProbable = false;
-    std::vector<Place> places;
 };
 
 // Where waits end: a deadlock or a root blocker.
@@ -107,39 +104,45 @@ struct End {
     int rootBlocker = kNone;
 };
 
-// From a thread that waits and that nobody waits for to the end, by ThreadNode::nextThread.
+// From a thread that waits and that nobody waits for to its end, by ThreadNode::nextThread. A
+// deadlock's chain stops at its first member. Ends below the threshold have none.
 struct Chain {
-    std::vector<int> threads;  // at least two; a deadlock's chain stops at its first member
+    static constexpr size_t kLongest = 256;
+
+    std::vector<int> threads;  // at least two, at most kLongest
     int end = kNone;
+    bool isCut = false;  // goes on behind the last of these threads
 };
 
 struct ExhaustedPool {
     int pid = 0;
-    std::string process;
+    std::string_view process;
     uint64_t queued = 0;
     int64_t oldestMs = kNoTime;
     bool isShort = false;
-    std::vector<Place> places;
+    std::vector<int> calls;  // in Findings::calls
 };
 
 struct OnewayBacklog {
     int pid = 0;
-    std::string process;
+    std::string_view process;
     int64_t node = kNoNode;
     uint64_t queued = 0;
     int64_t oldestMs = kNoTime;
     bool isShort = false;
-    std::vector<Place> places;
+    std::vector<int> calls;
 };
 
 struct Findings {
     std::vector<ThreadNode> threads;  // by id
     std::vector<Wait> waits;          // by thread
     std::vector<Pool> pools;          // by pid and context
+    std::vector<uint32_t> stacks;     // by thread: its headers, in BinderLog::threads
     std::vector<Call> calls;
+    std::vector<Place> callPlaces;  // by call
 
     std::vector<Deadlock> deadlocks;        // most blocked threads first
-    std::vector<RootBlocker> rootBlockers;  // ranked; those that are short stand last
+    std::vector<RootBlocker> rootBlockers;  // ranked, those that are short behind the others
     std::vector<End> ends;                  // deadlocks, then root blockers
     std::vector<Chain> chains;              // by end, longest first
     std::vector<ExhaustedPool> exhaustedPools;
@@ -151,6 +154,8 @@ struct Findings {
 
     // True when somebody waits who won't be served soon: what the exit status 1 says.
     bool isAnybodyStuck() const;
+    // The threads that a wait leads to.
+    const int* targetsOf(const Wait& wait, size_t* count) const;
 };
 
 }  // namespace stallscope
