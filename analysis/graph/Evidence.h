@@ -3,27 +3,37 @@
 
 #include <vector>
 
+#include "analysis/graph/Adjacency.h"
 #include "analysis/model/Findings.h"
 #include "analysis/model/Snapshot.h"
 
 namespace stallscope {
 
-// The lines that a statement rests on, sorted, each once, at most this many: a blocker's own lines
-// and those of its direct waiters come before others.
-inline constexpr size_t kMostEvidence = 100;
+// The lines that statements rest on: sorted, each once, at most kMost of them for a statement.
+class Evidence {
+  public:
+    static constexpr size_t kMost = 100;
 
-std::vector<Place> evidenceOf(const Snapshot& snapshot, const Findings& findings,
-                              const RootBlocker& blocker);
-std::vector<Place> evidenceOf(const Snapshot& snapshot, const Findings& findings,
-                              const Deadlock& deadlock);
-std::vector<Place> evidenceOf(const Snapshot& snapshot, const Findings& findings, const Wait& wait);
-std::vector<Place> evidenceOf(const Snapshot& snapshot, const Findings& findings,
-                              const Chain& chain);
-// A thread's headers and the top lines of its stacks, and its header in a dump.
-std::vector<Place> evidenceOf(const Snapshot& snapshot, const Findings& findings,
-                              const ThreadNode& thread);
-// Of an exhausted pool or a backlog.
-std::vector<Place> evidenceOf(const Findings& findings, const std::vector<int>& calls);
+    Evidence(const Snapshot& snapshot, const Findings& findings)
+          : mSnapshot(snapshot), mFindings(findings), mBackward(Adjacency::backward(findings)) {}
+
+    // Its own lines, those of the longest call, and those of its direct waiters.
+    std::vector<Place> of(const RootBlocker& blocker) const;
+    std::vector<Place> of(const Deadlock& deadlock) const;
+    std::vector<Place> of(const Chain& chain) const;
+    std::vector<Place> of(const Wait& wait) const;
+    // Its headers and the top lines of its stacks, and its header in a dump.
+    std::vector<Place> of(const ThreadNode& thread) const;
+    // Of an exhausted pool or a backlog.
+    std::vector<Place> ofCalls(const std::vector<int>& calls) const;
+
+  private:
+    class Collector;
+
+    const Snapshot& mSnapshot;
+    const Findings& mFindings;
+    Adjacency mBackward;
+};
 
 }  // namespace stallscope
 

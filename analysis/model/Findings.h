@@ -45,10 +45,13 @@ struct Call {
 struct Wait {
     int thread = kNone;  // who waits, in Findings::threads
     EdgeType type = EdgeType::kServed;
-    int target = kNone;              // in Findings::threads; kNone with a pool
-    int pool = kNone;                // in Findings::pools
-    int call = kNone;                // in Findings::calls; kNone for a lock
-    const LockWait* lock = nullptr;  // in the Snapshot, null for a call
+    int target = kNone;  // in Findings::threads; kNone with a pool
+    int pool = kNone;    // in Findings::pools
+    int call = kNone;    // in Findings::calls; kNone for a lock
+    // For a lock, all in the Snapshot: what is waited for, who holds it, and the dump that says so.
+    const LockWait* lock = nullptr;
+    const DumpThread* holder = nullptr;
+    const ThreadDump* dump = nullptr;
     // The waiting thread or the holder has moved on by the log's account: dump and log are apart.
     bool isDoubtful = false;
 };
@@ -65,11 +68,13 @@ struct ThreadNode {
     ThreadId id;
     std::string_view process;  // names; empty when they are not known
     std::string_view name;
-    IndexRange waits;                  // in Findings::waits
-    IndexRange stacks;                 // in Findings::stacks
-    int serving = kNone;               // the incoming call at the top of a stack
-    bool waitsInCall = false;          // also in one that is parked or whose receiver has gone
-    const DumpThread* dump = nullptr;  // its stack, of the log's moment if there is one
+    IndexRange waits;          // in Findings::waits
+    IndexRange stacks;         // in Findings::stacks
+    int serving = kNone;       // the incoming call at the top of a stack
+    bool waitsInCall = false;  // also in one that is parked or whose receiver has gone
+    // Its stack, of the log's moment if there is one, and the section that this stands in.
+    const DumpThread* dump = nullptr;
+    const ThreadDump* dumpSection = nullptr;
     Movement movement = Movement::kUnknown;
     // The first step to the end that it waits for: a wait of this thread and the thread that this
     // leads to; kNone at an end. Of several ends the one that stands first in Findings::ends, by
@@ -120,6 +125,7 @@ struct ExhaustedPool {
     uint64_t queued = 0;
     int64_t oldestMs = kNoTime;
     bool isShort = false;
+    Movement movement = Movement::kUnknown;
     std::vector<int> calls;  // in Findings::calls
 };
 
