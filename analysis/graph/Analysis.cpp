@@ -5,6 +5,7 @@
 #include "analysis/graph/CallTable.h"
 #include "analysis/graph/Deadlocks.h"
 #include "analysis/graph/Movements.h"
+#include "analysis/graph/Narrowing.h"
 #include "analysis/graph/Queues.h"
 #include "analysis/graph/Ranking.h"
 #include "analysis/graph/WaitGraph.h"
@@ -47,6 +48,10 @@ Findings analyze(const Snapshot& snapshot, const AnalysisOptions& options) {
     nameProcesses(snapshot.names, &findings.onewayBacklogs);
     if (options.second != nullptr) {
         findMovements(log, *options.second, &findings);
+    }
+    if (options.pid != 0) {
+        findings.process = snapshot.names.ofProcess(options.pid);
+        narrow(options.pid, &findings);
     }
     return findings;
 }

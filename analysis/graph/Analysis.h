@@ -11,6 +11,7 @@ namespace stallscope {
 struct AnalysisOptions {
     int64_t thresholdMs = 1000;
     const Snapshot* second = nullptr;  // a later look at the same system
+    int pid = 0;                       // why this process hangs; 0: the whole system
 };
 
 // Who waits for whom, and who holds whom up. The snapshot has to outlive the findings.

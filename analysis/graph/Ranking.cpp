@@ -52,19 +52,6 @@ class Router {
     std::vector<int> mOpen;
 };
 
-Chain chainFrom(const Findings& findings, int first) {
-    Chain chain;
-    chain.end = findings.threads[first].end;
-    for (int each = first; each != kNone; each = findings.threads[each].nextThread) {
-        if (chain.threads.size() == Chain::kLongest) {
-            chain.isCut = true;
-            break;
-        }
-        chain.threads.push_back(each);
-    }
-    return chain;
-}
-
 }  // namespace
 
 void rankEnds(Findings* findings) {
@@ -89,6 +76,19 @@ void rankEnds(Findings* findings) {
     for (size_t i = 0; i < blockers.size(); ++i) {
         findings->ends.push_back({kNone, static_cast<int>(i)});
     }
+}
+
+Chain chainFrom(const Findings& findings, int first) {
+    Chain chain;
+    chain.end = findings.threads[first].end;
+    for (int each = first; each != kNone; each = findings.threads[each].nextThread) {
+        if (chain.threads.size() == Chain::kLongest) {
+            chain.isCut = true;
+            break;
+        }
+        chain.threads.push_back(each);
+    }
+    return chain;
 }
 
 void findChains(const Adjacency& backward, Findings* findings) {

@@ -230,7 +230,7 @@ void readBinderLog(const TextPiece& piece, BinderLog* log, LineCount* count) {
     Scanner scanner(piece.source, log);
     size_t longest = scan(piece, &scanner, count);
     if (!scanner.hasAllTitle()) {
-        log->complete = isCompleteLength(piece.text.size(), longest);
+        log->complete = log->complete && isCompleteLength(piece.text.size(), longest);
     }
 }
 

@@ -11,8 +11,9 @@
 namespace stallscope {
 
 // Reads the kernel's binder log, binder_logs/transactions, of any kernel. Appends to *log, so that
-// the files of binder_logs/proc can be read one after another. Sets log->complete by the text's
-// length if it is a `transactions` file. Never fails: what it can't read is counted in *count.
+// the files of binder_logs/proc can be read one after another. Clears log->complete by the
+// text's length if it is a `transactions` file. Never fails: what it can't read is counted in
+// *count.
 void readBinderLog(const TextPiece& piece, BinderLog* log, LineCount* count);
 
 // Reads a report's BINDER STATE for the threads of pools.

@@ -155,6 +155,8 @@ struct Findings {
     std::vector<OnewayBacklog> onewayBacklogs;
 
     int64_t thresholdMs = 0;
+    int pid = 0;                // only what concerns this process is kept; 0: everything
+    std::string_view process;   // its name
     bool hasTimes = false;      // at least one line of the log prints how long a call takes
     bool isSecondLook = false;  // threads' `movement` is known
 

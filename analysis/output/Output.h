@@ -13,7 +13,6 @@ struct TextOptions {
     bool hasColour = false;
     int width = 80;
     int height = 24;
-    int pid = 0;  // only what concerns this process; 0: all
 };
 
 // The answer in the first line, without its end.

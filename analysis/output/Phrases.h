@@ -22,6 +22,9 @@ std::string threadText(const ThreadNode& thread);
 // "3 threads", "1 thread", "2 processes"
 std::string countText(uint64_t count, const std::string& noun);
 
+// "code 5f4e5446 on node 28", hexadecimal as the kernel prints it
+std::string callText(const Call& call);
+
 // What a thread does as far as known: "serving code 3 on node 28 for 2.9 s, in a.b.C.d(C.java:12)".
 std::string doingText(const Findings& findings, const ThreadNode& thread);
 
