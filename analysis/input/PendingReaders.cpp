@@ -1,7 +1,6 @@
 // Readers that are not written yet: each goes when its own file comes.
 #include "analysis/input/BugReportReader.h"
 #include "analysis/input/ProcessListReader.h"
-#include "analysis/input/ThreadDumpReader.h"
 #include "analysis/input/ZipReader.h"
 
 namespace stallscope {
@@ -19,17 +18,6 @@ bool looksLikeBugReport(std::string_view) {
 void readProcessList(const TextPiece&, Names*, LineCount*) {}
 bool looksLikeProcessList(std::string_view) {
     return false;
-}
-
-void readThreadDumps(const TextPiece&, std::vector<ThreadDump>*, LineCount*) {}
-bool looksLikeThreadDump(std::string_view) {
-    return false;
-}
-std::optional<Moment> readMoment(std::string_view) {
-    return {};
-}
-int64_t secondsBetween(const Moment& earlier, const Moment& later) {
-    return later.seconds - earlier.seconds;
 }
 
 std::string readZip(const std::function<ByteSource()>&, Snapshot*) {

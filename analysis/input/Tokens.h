@@ -11,6 +11,17 @@ inline bool isBlank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
 
+// Without the blanks around it.
+inline std::string_view trim(std::string_view text) {
+    while (!text.empty() && isBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
 // The words of a line, one after another.
 class Tokens {
   public:
@@ -83,6 +94,17 @@ bool readNumber(std::string_view text, Number* value, int base = 10) {
     }
     *value = number;
     return true;
+}
+
+inline bool beginsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+// Takes `prefix` off the front of *text, if it is there.
+inline bool takePrefix(std::string_view* text, std::string_view prefix) {
+    bool isThere = beginsWith(*text, prefix);
+    text->remove_prefix(isThere ? prefix.size() : 0);
+    return isThere;
 }
 
 // Takes `suffix` off the end of *text, if it is there.
