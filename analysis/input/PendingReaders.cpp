@@ -1,6 +1,5 @@
 // Readers that are not written yet: each goes when its own file comes.
 #include "analysis/input/BugReportReader.h"
-#include "analysis/input/ProcessListReader.h"
 #include "analysis/input/ZipReader.h"
 
 namespace stallscope {
@@ -12,11 +11,6 @@ void BugReportReader::add(std::string_view) {}
 void BugReportReader::finish() {}
 void readBugReport(std::string_view, Snapshot*) {}
 bool looksLikeBugReport(std::string_view) {
-    return false;
-}
-
-void readProcessList(const TextPiece&, Names*, LineCount*) {}
-bool looksLikeProcessList(std::string_view) {
     return false;
 }
 
