@@ -1,0 +1,144 @@
+#include "analysis/input/ZipReader.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "tests/analysis/input/Describe.h"
+
+namespace stallscope {
+namespace {
+
+struct File {
+    std::string name;
+    std::string text;
+};
+
+std::string zip(const std::vector<File>& files, const char* password = nullptr) {
+    std::string bytes(1 << 20, '\0');
+    size_t used = 0;
+    archive* writer = archive_write_new();
+    archive_write_set_format_zip(writer);
+    archive_write_set_bytes_in_last_block(writer, 1);
+    if (password != nullptr) {
+        archive_write_set_options(writer, "zip:encryption=aes128");
+        archive_write_set_passphrase(writer, password);
+    }
+    archive_write_open_memory(writer, bytes.data(), bytes.size(), &used);
+    for (const File& each : files) {
+        archive_entry* entry = archive_entry_new();
+        archive_entry_set_pathname(entry, each.name.c_str());
+        archive_entry_set_size(entry, static_cast<la_int64_t>(each.text.size()));
+        archive_entry_set_filetype(entry, AE_IFREG);
+        archive_entry_set_perm(entry, 0644);
+        archive_write_header(writer, entry);
+        archive_write_data(writer, each.text.data(), each.text.size());
+        archive_entry_free(entry);
+    }
+    archive_write_close(writer);
+    archive_write_free(writer);
+    bytes.resize(used);
+    return bytes;
+}
+
+std::string read(const std::string& bytes, Snapshot* snapshot) {
+    snapshot->sources = {"report.zip"};
+    ZipBytes source;
+    source.size = bytes.size();
+    source.readAt = [&](char* buffer, size_t size, uint64_t offset) {
+        std::string_view part = std::string_view(bytes).substr(std::min(offset, source.size), size);
+        memcpy(buffer, part.data(), part.size());
+        return static_cast<ssize_t>(part.size());
+    };
+    return readZip(source, snapshot);
+}
+
+std::string read(const std::string& bytes) {
+    Snapshot snapshot;
+    std::string error = read(bytes, &snapshot);
+    return error.empty() ? describe(snapshot) : error;
+}
+
+std::string report(int pid) {
+    return "== dumpstate: 2023-05-04 10:11:12\n------ BINDER TRANSACTIONS (x) ------\nproc " +
+           std::to_string(pid) + "\n";
+}
+
+const std::string kDump =
+        "Subject: x\n"
+        "----- pid 7 at 2023-05-04 10:11:13.5+0200 -----\n"
+        "\"main\" prio=5 tid=1 Native\n"
+        "----- end 7 -----\n";
+const std::string kLater = "----- pid 8 at 2023-05-04 10:13:13 -----\n";
+
+TEST(ZipReader, ReadsTheTextAndTheDumps) {
+    std::string bytes = zip({{"version.txt", "2.0"},
+                             {"FS/data/anr/anr_1", kDump},
+                             {"FS/data/anr/old/anr_0", kLater},
+                             {"FS/data/anr/trace.pb", std::string(9, '\0')},
+                             {"FS/data/tombstones/t", kDump},
+                             {"dumpstate_log.txt", std::string(999, 'x')},
+                             {"bugreport.txt", report(3)},
+                             {"main_entry.txt", "bugreport.txt\n"}});
+    EXPECT_TRUE(looksLikeZip(bytes));
+    EXPECT_EQ(
+            "log 3: complete\nmoment 1683195072\n"
+            "dump 7 now threads 1 @FS/data/anr/anr_1:2\n"
+            "dump 8 threads 0 @FS/data/anr/old/anr_0:1\nskipped 0\n",
+            read(bytes));
+    Snapshot snapshot;
+    EXPECT_EQ("", read(bytes, &snapshot));
+    EXPECT_EQ("Subject: x", snapshot.lineAt({1, 1}));
+    EXPECT_EQ(8U, snapshot.lines.lines());
+}
+
+TEST(ZipReader, FindsTheTextWithoutBeingTold) {
+    std::string picture(9999, '\0');
+    std::string log3 = "log 3: complete\nmoment 1683195072\nskipped 0\n";
+    EXPECT_EQ(log3, read(zip({{"a.png", picture}, {"a.txt", "x"}, {"b", report(3)}})));
+    EXPECT_EQ(log3,
+              read(zip({{"r/version.txt", "2"}, {"r/b.txt", report(3)}, {"r/c/d", picture}})));
+    EXPECT_EQ(
+            "log 3: complete\nmoment 1683195072\n"
+            "note main_entry.txt names a text that is not in the zip: b.txt was read instead.\n"
+            "skipped 0\n",
+            read(zip({{"main_entry.txt", "x.txt"}, {"b.txt", report(3)}})));
+    // the dump that stands in the text too
+    EXPECT_EQ("log 3: complete\nmoment 1683195072\ndump 7 now threads 1 @5\nskipped 0\n",
+              read(zip({{"FS/data/anr/anr_1", kDump},
+                        {"b.txt", report(3) + "------ VM TRACES AT LAST ANR (x) ------\n" +
+                                          kDump.substr(kDump.find('-'))}})));
+}
+
+TEST(ZipReader, SaysWhatIsWrong) {
+    EXPECT_EQ(
+            "has no text file at its top level, so it is no bug report: unpack it and give the "
+            "files in it",
+            read(zip({{"a/b/c.txt", report(3)}, {"d.bin", std::string(9, '\0')}})));
+    EXPECT_EQ("is encrypted: unpack it and give the text in it",
+              read(zip({{"b.txt", report(3)}}, "secret")));
+    EXPECT_EQ(0U, read("PK\3\4").find("is damaged"));
+    EXPECT_EQ(0U, read("PK\3\4 and so on").find("is damaged"));
+}
+
+// A zip that was cut short has no directory: what is there is read all the same.
+TEST(ZipReader, ReadsWhatIsLeft) {
+    std::string filler(1, '\0');
+    for (int i = 0; i < 9999; ++i) {
+        filler += std::to_string(i * i);
+    }
+    std::string bytes = zip({{"b.txt", report(3)}, {"c.bin", filler}});
+    for (size_t size = bytes.size(); size > 0; size -= std::min<size_t>(size, 997)) {
+        std::string answer = read(bytes.substr(0, size));
+        bool isRead = answer.find("log 3: complete\n") == 0;
+        EXPECT_TRUE(isRead || size < 300) << size << answer;
+    }
+    bytes[bytes.find("b.txt") + 30] ^= 1;
+    EXPECT_NE(std::string::npos, read(bytes).find("damaged")) << read(bytes);
+}
+
+}  // namespace
+}  // namespace stallscope
