@@ -4,14 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "analysis/input/BugReportReader.h"
 #include "analysis/input/Bytes.h"
 #include "analysis/input/PlainText.h"
+#include "analysis/input/SettledDumps.h"
 #include "analysis/input/ZipReader.h"
-#include "analysis/model/Dumps.h"
 
 namespace stallscope {
 
@@ -45,7 +46,7 @@ class Reading {
             return failure();
         }
         if (looksLikeZip(mBuffer->text())) {
-            return readAsZip();
+            return readAsZip(static_cast<uint64_t>(status.st_size));
         }
         if (looksLikeBugReport(mBuffer->text())) {
             return readAsReport();
@@ -114,26 +115,33 @@ class Reading {
     }
 
     // A zip's directory is at its end, so that a pipe is read whole first.
-    std::string readAsZip() {
+    std::string readAsZip(uint64_t size) {
         mSnapshot->format = InputFormat::kBugReportZip;
         if (!mIsSeekable && !readUpTo(SIZE_MAX)) {
             return failure();
         }
-        return readZip([this] { return mIsSeekable ? fileFromStart() : bufferFromStart(); },
-                       mSnapshot);
+        ZipBytes zip;
+        zip.size = mIsSeekable ? size : mBuffer->text().size();
+        zip.readAt = [this](char* to, size_t wanted, uint64_t offset) {
+            return mIsSeekable ? readFile(to, wanted, offset) : readBuffer(to, wanted, offset);
+        };
+        std::string error = readZip(zip, mSnapshot);
+        return error.empty() ? error : mFile + " " + error;
     }
 
-    ByteSource fileFromStart() const {
-        lseek(mDescriptor, 0, SEEK_SET);
-        return sourceOf(mDescriptor);
+    ssize_t readFile(char* to, size_t wanted, uint64_t offset) const {
+        ssize_t count = -1;
+        do {
+            count = pread(mDescriptor, to, wanted, static_cast<off_t>(offset));
+        } while (count < 0 && errno == EINTR);
+        report(static_cast<uint64_t>(std::max<ssize_t>(count, 0)));
+        return count;
     }
-    ByteSource bufferFromStart() const {
-        return [buffer = mBuffer, at = size_t{0}](char* to, size_t size) mutable {
-            std::string_view rest = buffer->text().substr(at, size);
-            memcpy(to, rest.data(), rest.size());
-            at += rest.size();
-            return static_cast<ssize_t>(rest.size());
-        };
+    ssize_t readBuffer(char* to, size_t wanted, uint64_t offset) const {
+        std::string_view text = mBuffer->text();
+        text = text.substr(std::min<uint64_t>(offset, text.size()), wanted);
+        memcpy(to, text.data(), text.size());
+        return static_cast<ssize_t>(text.size());
     }
 
     const std::string& mFile;
@@ -157,7 +165,7 @@ std::string readInput(const std::string& file, const ReadProgress& progress, Sna
     }
     std::string error =
             Reading(snapshot->sources.front(), descriptor.get(), progress, snapshot).read();
-    nameByDumps(snapshot);
+    nameFromDumps(snapshot);
     return error;
 }
 
@@ -173,7 +181,7 @@ std::string readText(std::string text, Snapshot* snapshot) {
     } else {
         return unknownFormat("the text");
     }
-    nameByDumps(snapshot);
+    nameFromDumps(snapshot);
     return {};
 }
 

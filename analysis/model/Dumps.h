@@ -1,12 +1,9 @@
 #ifndef STALLSCOPE_ANALYSIS_MODEL_DUMPS_H
 #define STALLSCOPE_ANALYSIS_MODEL_DUMPS_H
 
-#include "analysis/model/Snapshot.h"
+#include "analysis/model/ThreadDump.h"
 
 namespace stallscope {
-
-// Takes the names of processes and threads from the snapshot's dumps.
-void nameByDumps(Snapshot* snapshot);
 
 // Counts the dump's sources from `shift` on.
 void shiftPlaces(uint32_t shift, ThreadDump* dump);

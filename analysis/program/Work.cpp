@@ -10,6 +10,7 @@
 #include "analysis/graph/Analysis.h"
 #include "analysis/input/Live.h"
 #include "analysis/input/NamesFile.h"
+#include "analysis/input/SettledDumps.h"
 #include "analysis/model/Dumps.h"
 
 namespace stallscope {
@@ -56,7 +57,9 @@ Answer answer(const Work& work, Snapshot* snapshot) {
     for (const Snapshot& each : work.dumps) {
         addDumps(each, snapshot);
     }
-    nameByDumps(snapshot);
+    if (!work.dumps.empty()) {
+        nameFromDumps(snapshot);
+    }
     snapshot->names.merge(work.names);
     AnalysisOptions options;
     options.thresholdMs = std::llround(work.options.thresholdSeconds * 1000);
