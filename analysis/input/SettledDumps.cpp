@@ -25,6 +25,22 @@ bool isWithinMoment(const Moment& one, const Moment& other) {
 
 using DumpKey = std::tuple<int, std::string_view, DumpFlavour>;
 
+bool isSameLock(const std::optional<LockWait>& one, const std::optional<LockWait>& other) {
+    return one.has_value() == other.has_value() &&
+           (!one || (one->object == other->object && one->holderDumpTid == other->holderDumpTid));
+}
+
+// Two dumps of one second may still differ, and then both count.
+bool isCopy(const ThreadDump& one, const ThreadDump& other) {
+    return std::equal(one.threads.begin(), one.threads.end(), other.threads.begin(),
+                      other.threads.end(), [](const DumpThread& a, const DumpThread& b) {
+                          return a.sysTid == b.sysTid && a.name == b.name && a.state == b.state &&
+                                 a.locked.size() == b.locked.size() &&
+                                 a.frames.size() == b.frames.size() &&
+                                 isSameLock(a.waitsToLock, b.waitsToLock);
+                      });
+}
+
 }  // namespace
 
 void markDumpsByTime(size_t first, Snapshot* snapshot) {
@@ -43,16 +59,12 @@ void dropCopiedDumps(Snapshot* snapshot) {
         bool mayBeCopy = dump.pid > 0 && !dump.time.empty();
         auto [entry, isNew] = mayBeCopy ? indices.try_emplace(key, kept.size())
                                         : std::make_pair(indices.end(), true);
-        if (isNew) {
+        if (isNew || !isCopy(kept[entry->second], dump)) {
             kept.push_back(std::move(dump));
             continue;
         }
         ThreadDump& first = kept[entry->second];
-        bool isOfLogsMoment = first.isOfLogsMoment || dump.isOfLogsMoment;
-        if (dump.threads.size() > first.threads.size()) {
-            first = std::move(dump);
-        }
-        first.isOfLogsMoment = isOfLogsMoment;
+        first.isOfLogsMoment = first.isOfLogsMoment || dump.isOfLogsMoment;
     }
     snapshot->dumps = std::move(kept);
 }

@@ -11,7 +11,7 @@ namespace stallscope {
 // the report's own time, and no others.
 void markDumpsByTime(size_t first, Snapshot* snapshot);
 
-// Drops the lesser of two copies of one dump: a report may hold it as a section and as a file.
+// Drops the second of two copies of one dump: a report may hold it as a section and as a file.
 void dropCopiedDumps(Snapshot* snapshot);
 
 // Takes the names of processes and threads from the dumps.
