@@ -100,7 +100,7 @@ TEST(BugReportReader, ReadsTheSectionsThatAreWanted) {
             readReport(report));
     Snapshot snapshot = readInChunks(report, 1000);
     EXPECT_EQ("worker 1", snapshot.names.ofThread({10, 11}));
-    EXPECT_EQ("app50", snapshot.names.ofProcess(50));
+    EXPECT_EQ("app50 -x", snapshot.names.ofProcess(50));
     EXPECT_EQ("proc 20", snapshot.lineAt({0, 28}));
     EXPECT_EQ("", snapshot.lineAt({0, 8}));
 }

@@ -4,7 +4,6 @@
 #include <archive_entry.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/analysis/input/Describe.h"
@@ -46,14 +45,7 @@ std::string zip(const std::vector<File>& files, const char* password = nullptr) 
 
 std::string read(const std::string& bytes, Snapshot* snapshot) {
     snapshot->sources = {"report.zip"};
-    ZipBytes source;
-    source.size = bytes.size();
-    source.readAt = [&](char* buffer, size_t size, uint64_t offset) {
-        std::string_view part = std::string_view(bytes).substr(std::min(offset, source.size), size);
-        memcpy(buffer, part.data(), part.size());
-        return static_cast<ssize_t>(part.size());
-    };
-    return readZip(source, snapshot);
+    return readZip(bytesOf(bytes), snapshot);
 }
 
 std::string read(const std::string& bytes) {
