@@ -27,9 +27,15 @@ constexpr size_t kChunk = 256 * 1024;
 // More than any log or dump; what goes on behind that is none.
 constexpr size_t kMostText = size_t{4} << 30;
 
+// Without the mark that some editors put in front.
+std::string_view withoutMark(std::string_view text) {
+    takePrefix(&text, "\xef\xbb\xbf");
+    return text;
+}
+
 std::string unknownFormat(const std::string& file, std::string_view begin) {
     using namespace std::string_view_literals;
-    if (trim(begin).empty()) {
+    if (begin.find_first_not_of(" \t\r\n") == std::string_view::npos) {
         return file + " is empty: was it saved while the device was connected?";
     }
     if (beginsWith(begin, "\xff\xfe"sv) || beginsWith(begin, "\xfe\xff"sv)) {
@@ -59,7 +65,7 @@ class Reading {
         if (!readUpTo(kChunk)) {
             return failure();
         }
-        std::string_view begin = mBuffer->text();
+        std::string_view begin = withoutMark(mBuffer->text());
         if (looksLikeZip(begin)) {
             return readAsZip();
         }
@@ -96,7 +102,7 @@ class Reading {
             return mFile + " is larger than any log or dump: give a part of it";
         }
         mBuffer->resize(dropReturns(mBuffer->data(), mBuffer->text().size()));
-        KeptText kept = {{mBuffer->text(), 0, 1}, mBuffer};
+        KeptText kept = {{withoutMark(mBuffer->text()), 0, 1}, mBuffer};
         readPlainText(kept, mSnapshot);
         mSnapshot->texts.push_back(std::move(kept));
         return {};
@@ -105,7 +111,7 @@ class Reading {
     std::string readAsReport() {
         mSnapshot->format = InputFormat::kBugReport;
         BugReportReader reader(mSnapshot);
-        reader.add(mBuffer->text());
+        reader.add(withoutMark(mBuffer->text()));
         Buffer chunk;
         chunk.reserve(kChunk);
         for (;;) {
