@@ -5,12 +5,22 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string_view>
 #include <vector>
 
 #include "analysis/input/Tokens.h"
 
 namespace stallscope {
+
+ZipBytes bytesOf(std::string_view text) {
+    ZipBytes bytes;
+    bytes.size = text.size();
+    bytes.readAt = [text](char* buffer, size_t size, uint64_t offset) {
+        std::string_view part = text.substr(std::min<uint64_t>(offset, text.size()), size);
+        part.copy(buffer, part.size());
+        return static_cast<ssize_t>(part.size());
+    };
+    return bytes;
+}
 
 // Where libarchive stands in the bytes.
 struct ZipWalk::Position {

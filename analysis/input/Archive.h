@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 struct archive;
 struct archive_entry;
@@ -19,6 +20,9 @@ struct ZipBytes {
     std::function<ssize_t(char* buffer, size_t size, uint64_t offset)> readAt;
     uint64_t size = 0;
 };
+
+// Those of a text that stays in memory.
+ZipBytes bytesOf(std::string_view text);
 
 struct ZipMember {
     std::string name;  // without "./" and "/" in front

@@ -35,7 +35,10 @@ class FileDescriptor {
 class Buffer {
   public:
     std::string_view text() const { return {mBytes.get(), mSize}; }
+    char* data() { return mBytes.get(); }
     bool isFull() const { return mSize == mCapacity; }
+    // Drops what is behind that many bytes.
+    void resize(size_t size) { mSize = size; }
 
     // Makes room for at least that many bytes more.
     void reserve(size_t more);

@@ -141,8 +141,8 @@ bool readSectionMark(std::string_view line, SectionMark* mark) {
 }
 
 bool readThreadHeader(std::string_view line, DumpThread* thread, DumpFlavour* flavour) {
-    size_t quote = line.rfind('"');
-    if (!beginsWith(line, "\"") || quote == 0) {
+    size_t quote = beginsWith(line, "\"") ? line.rfind('"') : 0;
+    if (quote == 0) {
         return false;
     }
     thread->name = line.substr(1, quote - 1);

@@ -1,5 +1,7 @@
 #include "analysis/input/PlainText.h"
 
+#include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "analysis/input/BinderLogReader.h"
@@ -11,100 +13,151 @@ namespace stallscope {
 
 namespace {
 
-constexpr std::string_view kDumpBegin = "----- pid ";
-constexpr std::string_view kDumpEnd = "----- end ";
+enum class Kind { kLog, kState, kDumps, kProcesses };
 
-bool startsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
+constexpr size_t kDateLength = 19;  // "2026-11-21 21:18:39", ahead of a JVM's dump
+
+struct Part {
+    Kind kind;
+    TextPiece piece;
+};
+
+bool mayBeginDump(char first) {
+    constexpr std::string_view kFirst = "-\"FDB0123456789";
+    return kFirst.find(first) != std::string_view::npos;
 }
 
-// The text in turns: outside of the dumps' sections, inside, outside, and so on.
-std::vector<TextPiece> splitAtDumps(const TextPiece& whole) {
-    std::vector<TextPiece> pieces;
-    bool isInside = false;
+bool mayBeginList(char first) {
+    constexpr std::string_view kFirst = "ULPF ";
+    return kFirst.find(first) != std::string_view::npos;
+}
+
+// The kind of text that a line begins; none when it goes on with what it stands in. Cheap for the
+// lines that there are many of.
+std::optional<Kind> kindBegunBy(std::string_view line, std::optional<Kind> current) {
+    if (line.empty() || (current && isBlank(line.front()))) {
+        return {};
+    }
+    char first = line.front();
+    bool isInState = current == Kind::kState;
+    if (first == 'b' && beginsWith(line, "binder state:")) {
+        return Kind::kState;
+    }
+    if ((first == 'b' || (first == 'p' && !isInState)) && current != Kind::kLog &&
+        looksLikeBinderLog(line)) {
+        return Kind::kLog;
+    }
+    if (current != Kind::kDumps && mayBeginDump(first) &&
+        (looksLikeThreadDump(line) || (line.size() == kDateLength && readMoment(line)))) {
+        return Kind::kDumps;
+    }
+    bool isList = current != Kind::kProcesses && mayBeginList(first) && looksLikeProcessList(line);
+    return isList ? std::optional<Kind>(Kind::kProcesses) : std::nullopt;
+}
+
+Kind kindOf(std::string_view text) {
+    return looksLikeBinderLog(text)    ? Kind::kLog
+           : looksLikeThreadDump(text) ? Kind::kDumps
+                                       : Kind::kProcesses;
+}
+
+// What stands ahead of the first part that is known belongs to it.
+std::vector<Part> split(const TextPiece& whole) {
+    std::vector<Part> parts;
+    std::optional<Kind> current;
     size_t begin = 0;
     size_t at = 0;
-    uint32_t beginLine = whole.firstLine;
+    uint32_t firstLine = whole.firstLine;
     uint32_t number = whole.firstLine;
-    auto cut = [&](size_t end, uint32_t endLine) {
-        pieces.push_back({whole.text.substr(begin, end - begin), whole.source, beginLine});
-        begin = end;
-        beginLine = endLine;
-        isInside = !isInside;
+    auto cut = [&] {
+        if (current) {
+            std::string_view text = whole.text.substr(begin, at - begin);
+            parts.push_back({*current, {text, whole.source, firstLine}});
+            begin = at;
+            firstLine = number;
+        }
     };
     Lines lines(whole.text);
     for (std::string_view line; lines.next(&line); ++number) {
-        if (!isInside && startsWith(line, kDumpBegin)) {
-            cut(at, number);
-        } else if (isInside && startsWith(line, kDumpEnd)) {
-            cut(at + lines.length(), number + 1);
+        std::optional<Kind> kind = kindBegunBy(line, current);
+        if (kind && kind != current) {
+            cut();
+            current = kind;
         }
         at += lines.length();
     }
-    cut(at, number);
-    return pieces;
+    cut();
+    if (parts.empty()) {  // what is known is indented
+        parts.push_back({kindOf(whole.text), whole});
+    }
+    return parts;
 }
 
-void readLog(const TextPiece& piece, Snapshot* snapshot) {
+// Takes blank lines off the end of a log that something follows: it is measured.
+void trimEnd(TextPiece* piece, LineCount* count) {
+    for (;;) {
+        std::string_view last = piece->text;
+        takeSuffix(&last, "\n");
+        last.remove_prefix(last.rfind('\n') + 1);  // npos + 1 is 0
+        if (piece->text.empty() || !trim(last).empty()) {
+            return;
+        }
+        piece->text = piece->text.substr(0, last.data() - piece->text.data());
+        ++count->ignored;
+    }
+}
+
+void readLog(TextPiece piece, bool isAlone, Snapshot* snapshot) {
+    if (!isAlone) {
+        trimEnd(&piece, &snapshot->lines);
+    }
     if (!snapshot->log) {
         snapshot->log.emplace();
     }
     readBinderLog(piece, &*snapshot->log, &snapshot->lines);
 }
 
-// Dumps, and logs between them: whoever saves both at one moment may put them into one file.
-void readMixed(const TextPiece& whole, Snapshot* snapshot) {
-    std::vector<TextPiece> dumps;
-    bool isInside = false;
-    bool continues = false;  // the piece before belongs to the last of `dumps`
-    for (const TextPiece& piece : splitAtDumps(whole)) {
-        bool isLog = !isInside && looksLikeBinderLog(piece.text);
-        if (isLog) {
-            readLog(piece, snapshot);
-        } else if (continues) {
-            std::string_view& text = dumps.back().text;
-            text = {text.data(), text.size() + piece.text.size()};
-        } else {
-            dumps.push_back(piece);
-        }
-        continues = !isLog;
-        isInside = !isInside;
-    }
-    for (const TextPiece& each : dumps) {
-        readThreadDumps(each, &snapshot->dumps, &snapshot->lines);
+void readPart(const Part& part, bool isAlone, bool hasLog, Snapshot* snapshot) {
+    switch (part.kind) {
+        case Kind::kLog:
+            readLog(part.piece, isAlone, snapshot);
+            break;
+        case Kind::kState:
+            // It has all calls too, and stands for the log where that is missing.
+            if (hasLog) {
+                readBinderState(part.piece, &snapshot->poolThreads, &snapshot->lines);
+            } else {
+                readLog(part.piece, isAlone, snapshot);
+            }
+            break;
+        case Kind::kDumps:
+            readThreadDumps(part.piece, &snapshot->dumps, &snapshot->lines);
+            break;
+        case Kind::kProcesses:
+            readProcessList(part.piece, &snapshot->names, &snapshot->lines);
+            break;
     }
 }
 
 }  // namespace
 
-bool readPlainText(const TextPiece& piece, Snapshot* snapshot) {
-    if (looksLikeThreadDump(piece.text)) {
-        snapshot->format = InputFormat::kThreadDump;
-        readMixed(piece, snapshot);
-        if (snapshot->log) {
-            snapshot->format = InputFormat::kBinderLog;
-        }
-        return true;
+bool looksLikePlainText(std::string_view text) {
+    return looksLikeBinderLog(text) || looksLikeThreadDump(text) || looksLikeProcessList(text);
+}
+
+void readPlainText(const TextPiece& piece, Snapshot* snapshot) {
+    std::vector<Part> parts = split(piece);
+    auto has = [&](Kind kind) {
+        return std::any_of(parts.begin(), parts.end(),
+                           [=](const Part& each) { return each.kind == kind; });
+    };
+    bool hasLog = has(Kind::kLog);
+    for (const Part& each : parts) {
+        readPart(each, parts.size() == 1, hasLog, snapshot);
     }
-    if (looksLikeBinderLog(piece.text)) {
-        snapshot->format = InputFormat::kBinderLog;
-        uint64_t skipped = snapshot->lines.skipped;
-        LineCount before = snapshot->lines;
-        readLog(piece, snapshot);
-        if (snapshot->lines.skipped > skipped &&
-            piece.text.find(kDumpBegin) != std::string_view::npos) {
-            snapshot->log.reset();
-            snapshot->lines = before;
-            readMixed(piece, snapshot);
-        }
-        return true;
-    }
-    if (looksLikeProcessList(piece.text)) {
-        snapshot->format = InputFormat::kProcessList;
-        readProcessList(piece, &snapshot->names, &snapshot->lines);
-        return true;
-    }
-    return false;
+    snapshot->format = hasLog || has(Kind::kState) ? InputFormat::kBinderLog
+                       : has(Kind::kDumps)         ? InputFormat::kThreadDump
+                                                   : InputFormat::kProcessList;
 }
 
 }  // namespace stallscope

@@ -12,6 +12,7 @@
 #include "analysis/input/SettledDumps.h"
 #include "analysis/input/ThreadDumpReader.h"
 #include "analysis/input/Tokens.h"
+#include "analysis/model/Dumps.h"
 
 namespace stallscope {
 
@@ -180,7 +181,7 @@ void ReportSections::finish() {
     mOtherDumps.clear();
     markDumpsByTime(first, mSnapshot);
     dropCopiedDumps(mSnapshot);
-    nameFromDumps(mSnapshot);
+    nameByDumps(mSnapshot);
     if (!mSnapshot->log) {
         note("The report has no binder log: its section BINDER TRANSACTIONS is missing or empty.");
     }

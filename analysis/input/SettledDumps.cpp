@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "analysis/input/ThreadDumpReader.h"
-#include "analysis/input/Tokens.h"
 
 namespace stallscope {
 
@@ -67,22 +66,6 @@ void dropCopiedDumps(Snapshot* snapshot) {
         first.isOfLogsMoment = first.isOfLogsMoment || dump.isOfLogsMoment;
     }
     snapshot->dumps = std::move(kept);
-}
-
-void nameFromDumps(Snapshot* snapshot) {
-    for (const ThreadDump& dump : snapshot->dumps) {
-        NameOrigin origin = dump.isOfLogsMoment ? NameOrigin::kDump : NameOrigin::kOldDump;
-        if (dump.pid <= 0) {
-            continue;
-        }
-        // Without the arguments, as a process list has it.
-        snapshot->names.setProcess(dump.pid, Tokens(dump.cmdLine).next(), origin);
-        for (const DumpThread& thread : dump.threads) {
-            if (thread.sysTid > 0) {
-                snapshot->names.setThread({dump.pid, thread.sysTid}, thread.name, origin);
-            }
-        }
-    }
 }
 
 }  // namespace stallscope

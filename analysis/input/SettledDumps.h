@@ -14,9 +14,6 @@ void markDumpsByTime(size_t first, Snapshot* snapshot);
 // Drops the second of two copies of one dump: a report may hold it as a section and as a file.
 void dropCopiedDumps(Snapshot* snapshot);
 
-// Takes the names of processes and threads from the dumps.
-void nameFromDumps(Snapshot* snapshot);
-
 }  // namespace stallscope
 
 #endif  // STALLSCOPE_ANALYSIS_INPUT_SETTLEDDUMPS_H

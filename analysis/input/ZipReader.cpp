@@ -93,7 +93,6 @@ class Unpacking {
         std::move(mDumps.begin(), mDumps.end(), std::back_inserter(mSnapshot->dumps));
         markDumpsByTime(first, mSnapshot);
         dropCopiedDumps(mSnapshot);
-        nameFromDumps(mSnapshot);
     }
 
     ZipWalk mWalk;

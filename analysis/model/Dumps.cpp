@@ -2,6 +2,21 @@
 
 namespace stallscope {
 
+void nameByDumps(Snapshot* snapshot) {
+    for (const ThreadDump& dump : snapshot->dumps) {
+        if (dump.pid <= 0) {
+            continue;
+        }
+        NameOrigin origin = dump.isOfLogsMoment ? NameOrigin::kDump : NameOrigin::kOldDump;
+        snapshot->names.setProcess(dump.pid, dump.cmdLine, origin);
+        for (const DumpThread& each : dump.threads) {
+            if (each.sysTid > 0) {
+                snapshot->names.setThread({dump.pid, each.sysTid}, each.name, origin);
+            }
+        }
+    }
+}
+
 void shiftPlaces(uint32_t shift, ThreadDump* dump) {
     dump->place.source += shift;
     for (DumpThread& thread : dump->threads) {

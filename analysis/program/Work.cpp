@@ -10,7 +10,6 @@
 #include "analysis/graph/Analysis.h"
 #include "analysis/input/Live.h"
 #include "analysis/input/NamesFile.h"
-#include "analysis/input/SettledDumps.h"
 #include "analysis/model/Dumps.h"
 
 namespace stallscope {
@@ -58,7 +57,7 @@ Answer answer(const Work& work, Snapshot* snapshot) {
         addDumps(each, snapshot);
     }
     if (!work.dumps.empty()) {
-        nameFromDumps(snapshot);
+        nameByDumps(snapshot);
     }
     snapshot->names.merge(work.names);
     AnalysisOptions options;

@@ -1,59 +1,18 @@
 #include "analysis/input/ZipReader.h"
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "tests/analysis/input/Describe.h"
+#include "tests/analysis/input/ZipWriter.h"
 
 namespace stallscope {
 namespace {
 
-struct File {
-    std::string name;
-    std::string text;
-};
-
-std::string zip(const std::vector<File>& files, const char* password = nullptr) {
-    std::string bytes(1 << 20, '\0');
-    size_t used = 0;
-    archive* writer = archive_write_new();
-    archive_write_set_format_zip(writer);
-    archive_write_set_bytes_in_last_block(writer, 1);
-    if (password != nullptr) {
-        archive_write_set_options(writer, "zip:encryption=aes128");
-        archive_write_set_passphrase(writer, password);
-    }
-    archive_write_open_memory(writer, bytes.data(), bytes.size(), &used);
-    for (const File& each : files) {
-        archive_entry* entry = archive_entry_new();
-        archive_entry_set_pathname(entry, each.name.c_str());
-        archive_entry_set_size(entry, static_cast<la_int64_t>(each.text.size()));
-        archive_entry_set_filetype(entry, AE_IFREG);
-        archive_entry_set_perm(entry, 0644);
-        archive_write_header(writer, entry);
-        archive_write_data(writer, each.text.data(), each.text.size());
-        archive_entry_free(entry);
-    }
-    archive_write_close(writer);
-    archive_write_free(writer);
-    bytes.resize(used);
-    return bytes;
-}
-
 std::string read(const std::string& bytes, Snapshot* snapshot) {
     snapshot->sources = {"report.zip"};
-    ZipBytes source;
-    source.size = bytes.size();
-    source.readAt = [&](char* buffer, size_t size, uint64_t offset) {
-        std::string_view part = std::string_view(bytes).substr(std::min(offset, source.size), size);
-        memcpy(buffer, part.data(), part.size());
-        return static_cast<ssize_t>(part.size());
-    };
-    return readZip(source, snapshot);
+    return readZip(bytesOf(bytes), snapshot);
 }
 
 std::string read(const std::string& bytes) {
