@@ -6,7 +6,7 @@
 
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
-#include "analysis/output/PlainText.h"
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Selection.h"
 
 namespace stallscope {
@@ -23,6 +23,10 @@ constexpr char kHead[] = R"(digraph stallscope {
   node [shape=box, style=rounded, fontname="Helvetica,Arial,sans-serif", fontsize=11]
   edge [fontname="Helvetica,Arial,sans-serif", fontsize=10]
 )";
+
+constexpr char kLegend[] =
+        "\n(double border: blocks others; octagon: deadlock; solid line: served by; dashed: queued for; "
+        "dotted, diamond: lock held by)\n";
 
 constexpr char kServedLook[] = "style=solid, arrowhead=normal";
 constexpr char kQueuedLook[] = "style=dashed, arrowhead=empty";
@@ -50,7 +54,7 @@ std::string quoted(std::string_view text) {
 }
 
 std::string shortPlain(std::string_view text) {
-    return shortened(plainText(text), kLongestText);
+    return shortened(cleanText(text), kLongestText);
 }
 
 const char* lookOf(EdgeType type) {
@@ -83,13 +87,7 @@ class DotWriter {
 
   private:
     void writeTitle() {
-        std::string title = plainText(sentenceOf(mSnapshot, mFindings));
-        mOut += "  label=" + quoted(title + "\n" + legend()) + "\n";
-    }
-
-    static std::string legend() {
-        return "double border: blocks others; octagon: deadlock; solid line: served by; dashed: "
-               "queued for; dotted with diamond: lock held by";
+        mOut += "  label=" + quoted(cleanText(sentenceOf(mSnapshot, mFindings)) + kLegend) + "\n";
     }
 
     // By process, in clusters: threads are sorted by pid.
@@ -112,7 +110,7 @@ class DotWriter {
     std::string exhaustion(int pid) const {
         for (const ExhaustedPool& each : mFindings.exhaustedPools) {
             if (each.pid == pid && !each.isShort) {
-                return "\nno free thread: " + countText(each.queued, "call") + " wait";
+                return "\nno free thread for " + countText(each.queued, "call");
             }
         }
         return {};

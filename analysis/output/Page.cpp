@@ -5,7 +5,7 @@
 #include "analysis/output/Output.h"
 #include "analysis/output/PageData.h"
 #include "analysis/output/PageTemplate.h"
-#include "analysis/output/PlainText.h"
+#include "analysis/output/CleanText.h"
 
 namespace stallscope {
 
@@ -14,8 +14,8 @@ std::string writeHtml(const Snapshot& snapshot, const Findings& findings) {
     all.width = 100;
     all.height = 200;
     const std::pair<std::string_view, std::string> parts[] = {
-            {"<!--title-->", escapeHtml(plainText(sentenceOf(snapshot, findings)))},
-            {"<!--answer-->", escapeHtml(plainText(sentenceOf(snapshot, findings)))},
+            {"<!--title-->", escapeHtml(cleanText(sentenceOf(snapshot, findings)))},
+            {"<!--answer-->", escapeHtml(cleanText(sentenceOf(snapshot, findings)))},
             {"<!--text-->", escapeHtml(writeText(snapshot, findings, all))},
             {"<!--data-->", writePageData(snapshot, findings)},
     };

@@ -8,7 +8,7 @@
 #include "analysis/output/Excerpts.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
-#include "analysis/output/PlainText.h"
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Selection.h"
 
 namespace stallscope {
@@ -21,7 +21,7 @@ constexpr uint32_t kContext = 2;
 constexpr uint32_t kMostDumpLines = 80;
 
 Json::Value textOf(std::string_view text) {
-    return shortened(plainText(text.substr(0, kLongestLine)), kLongestLine);
+    return shortened(cleanText(text.substr(0, kLongestLine)), kLongestLine);
 }
 
 Json::Value timeOf(int64_t milliseconds) {
@@ -62,7 +62,7 @@ class PageData {
             }
             return out;
         });
-        page["notes"] = list(mSnapshot.notes, [](const std::string& note) { return textOf(note); });
+        page["notes"] = notes();
         page["skipped"] = skipped();
         page["sources"] = list(mSnapshot.sources,
                                [](const std::string& source) { return textOf(source); });
@@ -95,30 +95,32 @@ class PageData {
         return thread == kNone ? kNone : mShown.indices[thread];
     }
 
-    // Deadlocks and blockers in one form. Ends below the threshold, the last ones, are left out.
+    // Deadlocks and blockers in one form. Those below the threshold and those of which no thread is
+    // shown are left out; they are the last ones.
     Json::Value endOf(const End& end) {
         Json::Value out;
         if (end.deadlock != kNone) {
             const Deadlock& deadlock = mFindings.deadlocks[end.deadlock];
-            out = countsOf(deadlock);
+            out = countsOf(deadlock, deadlock.members);
             out["title"] = "Deadlock " + std::to_string(end.deadlock + 1);
             out["kind"] = std::string(nameOf(deadlock.kind));
-            out["members"] = list(deadlock.members, [this](int each) { return indexOf(each); });
         } else if (!mFindings.rootBlockers[end.rootBlocker].isShort) {
             const RootBlocker& blocker = mFindings.rootBlockers[end.rootBlocker];
-            out = countsOf(blocker);
+            out = countsOf(blocker, {blocker.thread});
             out["title"] = "Blocker " + std::to_string(end.rootBlocker + 1);
             out["kind"] = "blocker";
-            out["members"].append(indexOf(blocker.thread));
             out["longestMs"] = timeOf(blocker.longestWaitMs);
             out["longest"] = durationText(blocker.longestWaitMs);
         }
-        return out;
+        return out.isNull() || out["members"].empty() ? Json::Value() : out;
     }
 
     template <typename AnyEnd>
-    Json::Value countsOf(const AnyEnd& end) {
+    Json::Value countsOf(const AnyEnd& end, const std::vector<int>& members) {
         Json::Value out;
+        out["members"] = list(members, [this](int each) {
+            return mShown.shows(each) ? indexOf(each) : Json::Value();
+        });
         out["threads"] = Json::UInt64(end.blockedThreads);
         out["processes"] = Json::UInt64(end.blockedProcesses);
         out["probable"] = end.isProbable;
@@ -220,6 +222,18 @@ class PageData {
         out["oldestMs"] = timeOf(queue.oldestMs);
         out["oldest"] = durationText(queue.oldestMs);
         out["places"] = placesOf(mEvidence.ofCalls(queue.calls));
+        return out;
+    }
+
+    Json::Value notes() const {
+        Json::Value out = list(mSnapshot.notes, [](const std::string& note) { return textOf(note); });
+        if (!mSnapshot.isComplete()) {
+            out.append("The log may be cut short: at a length like this the kernel drops the rest "
+                       "without a word.");
+        }
+        if (mSnapshot.log && !mFindings.hasTimes) {
+            out.append("The log has no times, so that every wait counts.");
+        }
         return out;
     }
 

@@ -1,7 +1,7 @@
 #include "analysis/output/Selection.h"
 
 #include <algorithm>
-#include <numeric>
+#include <tuple>
 
 namespace stallscope {
 
@@ -41,31 +41,54 @@ std::vector<int> distancesToEnd(const Findings& findings) {
     return distances;
 }
 
+// Where a thread stands in the queue for a place in the picture.
+struct Claim {
+    size_t round = 0;  // kEachRound threads of each end come before more of any
+    int end = 0;
+    int distance = 0;
+    int thread = 0;
+
+    bool operator<(const Claim& other) const {
+        return std::tie(round, end, distance, thread) <
+               std::tie(other.round, other.end, other.distance, other.thread);
+    }
+};
+
+constexpr size_t kEachRound = 20;
+
+// Sorted. Whatever comes before a thread on its way to the end also comes before it here.
+std::vector<Claim> claims(const Findings& findings) {
+    std::vector<int> distances = distancesToEnd(findings);
+    std::vector<Claim> all;
+    for (size_t i = 0; i < findings.threads.size(); ++i) {
+        if (isReported(findings, findings.threads[i])) {
+            all.push_back({0, findings.threads[i].end, distances[i], static_cast<int>(i)});
+        }
+    }
+    std::sort(all.begin(), all.end());
+    size_t first = 0;
+    for (size_t i = 0; i < all.size(); ++i) {
+        first = all[i].end == all[first].end ? first : i;
+        all[i].round = all[i].distance == 0 ? 0 : (i - first) / kEachRound;
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
 }  // namespace
 
 Selection selectThreads(const Findings& findings, size_t most) {
     Selection selection;
-    std::vector<int> distances = distancesToEnd(findings);
-    std::vector<int>& threads = selection.threads;
-    for (size_t i = 0; i < findings.threads.size(); ++i) {
-        if (isReported(findings, findings.threads[i])) {
-            threads.push_back(static_cast<int>(i));
-        }
+    std::vector<Claim> all = claims(findings);
+    size_t shown = std::min(all.size(), most);
+    selection.leftOut = all.size() - shown;
+    for (size_t i = 0; i < shown; ++i) {
+        selection.threads.push_back(all[i].thread);
     }
-    std::stable_sort(threads.begin(), threads.end(), [&](int a, int b) {
-        return distances[a] != distances[b] ? distances[a] < distances[b]
-                                            : findings.threads[a].end < findings.threads[b].end;
-    });
-    size_t ends = std::count_if(threads.begin(), threads.end(),
-                                [&distances](int each) { return distances[each] == 0; });
-    size_t shown = std::min(threads.size(), std::max(most, ends));
-    selection.leftOut = threads.size() - shown;
-    threads.resize(shown);
-    std::sort(threads.begin(), threads.end());
-
+    std::sort(selection.threads.begin(), selection.threads.end());
     selection.indices.assign(findings.threads.size(), kNone);
-    for (size_t i = 0; i < threads.size(); ++i) {
-        selection.indices[threads[i]] = static_cast<int>(i);
+    for (size_t i = 0; i < shown; ++i) {
+        selection.indices[selection.threads[i]] = static_cast<int>(i);
     }
     return selection;
 }

@@ -8,8 +8,8 @@
 
 namespace stallscope {
 
-// The threads that a picture shows: those whose end is reported. Where they are too many, those
-// nearest to an end, so that the way from each shown thread to its end is shown as well.
+// The threads that a picture shows: those whose end is reported. Where they are too many, some of
+// each end, the first ends first, and then more; always with the whole way to the end.
 struct Selection {
     std::vector<int> threads;  // in Findings::threads, ascending
     std::vector<int> indices;  // by Findings::threads: where it stands in `threads`, else kNone
@@ -18,7 +18,7 @@ struct Selection {
     bool shows(int thread) const { return indices[thread] != kNone; }
 };
 
-// At most `most` threads, but always every end.
+// At most `most` threads.
 Selection selectThreads(const Findings& findings, size_t most);
 
 }  // namespace stallscope

@@ -71,7 +71,7 @@ function chainOf(graph, thread, select) {
     if (way.length < 2 && thread.waits.length === 0) {
         return [];
     }
-    const steps = way.map((each) => element('li', {class: each.isEnd ? 'end' : false},
+    const steps = way.map((each) => element('li', {class: each.isEnd && (each.end.isDeadlock ? 'member' : 'end')},
         each === thread ? element('span', {class: 'here'}, each.title) : threadButton(each, select),
         ...stepsOf(graph, each, way)));
     const title = thread.isEnd ? 'The cycle' : 'Its way to the end';
@@ -113,16 +113,23 @@ function waitersOf(thread, select) {
     if (waiters.length === 0) {
         return [];
     }
-    const item = (waiter) => element('li', {}, threadButton(waiter, select),
-        element('small', {}, waiter.nextWait.text));
-    const list = element('ul', {class: 'waiters'}, ...waiters.slice(0, kMostWaiters).map(item));
-    const rest = waiters.slice(kMostWaiters);
-    const more = rest.length > 0 && element('button', {type: 'button', class: 'more', onclick: () => {
-        list.append(...rest.splice(0, 200).map(item));
-        more.hidden = rest.length === 0;
-        more.textContent = `${countOf(rest.length, 'more thread')}…`;
-    }}, `${countOf(rest.length, 'more thread')}…`);
+    const list = element('ul', {class: 'waiters'});
+    const more = growing(list, waiters, kMostWaiters, (waiter) => element('li', {},
+        threadButton(waiter, select), element('small', {}, waiter.nextWait.text)));
     return [element('h3', {}, `Waits for it (${waiters.length.toLocaleString('en')})`), list, more];
+}
+
+// Puts the first items into the list, and returns the button that adds the next ones.
+function growing(list, items, most, make) {
+    const rest = [...items];
+    const more = element('button', {type: 'button', class: 'more', onclick: () => add(200)});
+    const add = (count) => {
+        list.append(...rest.splice(0, count).map(make));
+        more.hidden = rest.length === 0;
+        more.textContent = `${rest.length.toLocaleString('en')} more…`;
+    };
+    add(most);
+    return more;
 }
 
 function stackOf(graph, thread) {

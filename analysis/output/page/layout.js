@@ -8,11 +8,11 @@
 const kWidth = 212;
 const kHeight = 46;
 const kEndHeight = 66;
-const kGap = {along: 104, alongDown: 58, across: 12, tree: 56, frame: 14, cell: 8, arcs: 72};
+const kGap = {along: 104, alongDown: 58, across: 12, tree: 56, frame: 14, cell: 8, bulge: 64, arcs: 140};
 const kMostSingles = 6;  // leaves of one type; more stand in a block with one edge
-const kMostArcs = 60;
+const kMostArcs = 12;
 
-// Gives every thread of graph.order x, y, width and height.
+// Gives every thread of graph.order x, y, width and height. `first` is the width of the answer.
 function layOut(graph, isDown, aspect) {
     const plan = {isDown, aspect, groups: [], edges: [], width: 0, height: 0};
     for (const thread of [...graph.order].reverse()) {
@@ -20,6 +20,7 @@ function layOut(graph, isDown, aspect) {
     }
     const trees = graph.ends.map((end) => placeTree(end, plan));
     putOnShelves(trees, plan);
+    plan.first = trees[0].width;
     plan.edges = [...graph.order.filter((thread) => thread.next && !thread.block).map(ownEdge),
         ...plan.groups.map(groupEdge), ...graph.ends.flatMap(arcsOf.bind(null, graph))];
     return plan;
@@ -150,14 +151,24 @@ function groupEdge(group) {
         label: `${group.leaves.length.toLocaleString('en')} ${wait.type}`};
 }
 
-// Inside a deadlock: all edges, or where these are too many, one of each member.
+// Inside a deadlock: all edges, or where these are too many, one from each member, to another one
+// each where that goes.
 function arcsOf(graph, end) {
     const arcs = !end.isDeadlock ? [] : end.members.flatMap((from) => from.waits.flatMap((wait) =>
         targetsOf(graph, wait).map((to) => ({from, to, type: wait.type, isArc: true,
             label: waitLabel(wait)}))));
-    const seen = new Set();
-    const isFirst = ({from}) => !seen.has(from) && seen.add(from);
-    return arcs.length > kMostArcs ? arcs.filter(isFirst) : arcs;
+    if (arcs.length <= kMostArcs) {
+        return arcs;
+    }
+    const reached = new Set();
+    return end.members.map((from, at) => {
+        const next = end.members[(at + 1) % end.members.length];
+        const own = arcs.filter((arc) => arc.from === from);
+        const arc = own.find(({to}) => to === next && !reached.has(to)) ??
+            own.find(({to}) => !reached.has(to)) ?? own[0];
+        reached.add(arc?.to);
+        return arc;
+    }).filter(Boolean);
 }
 
 // The waits of a thread that are not in the plan, because the tree has one edge for each thread.
@@ -182,7 +193,7 @@ function curveOf(edge, isDown) {
         const [start, end] = from === to ? [shift(out(from), 0, -14), shift(out(from), 0, 14)] :
             [out(from), out(to)];
         const apart = Math.abs(isDown ? start[0] - end[0] : start[1] - end[1]);
-        const bulge = Math.min(34 + apart / 5, kGap.arcs);
+        const bulge = Math.min(34 + apart / 5, kGap.bulge);
         return [start, shift(start, bulge), shift(end, bulge), end];
     }
     const [start, end] = [out(from), into(to)];

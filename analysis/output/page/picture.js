@@ -6,6 +6,10 @@
 
 const kNearScale = 0.42;  // below this a text can't be read
 const kLargestScale = 2.5;
+const kFitScale = 1.15;
+const kStartScale = 0.6;  // what is smaller is shown in part at first
+const kMargin = 24;
+const kNarrow = 640;
 const kMostRanks = 40;
 
 function svgElement(name, attributes = {}, ...children) {
@@ -44,6 +48,13 @@ function pathOf([start, one, two, end]) {
     return `M${start}C${one} ${two} ${end}`;
 }
 
+function pointOf([start, one, two, end], at) {
+    const rest = 1 - at;
+    const along = (axis) => rest ** 3 * start[axis] + 3 * rest ** 2 * at * one[axis] +
+        3 * rest * at ** 2 * two[axis] + at ** 3 * end[axis];
+    return [along(0), along(1)];
+}
+
 class Picture {
     constructor(svg, graph) {
         Object.assign(this, {svg, graph, canvas: svg.querySelector('#canvas'), selected: null,
@@ -51,33 +62,47 @@ class Picture {
         this.resize();
     }
 
-    // Lays out anew when the window is turned; else only the part in sight changes.
+    // Lays out anew when a narrow window becomes a wide one or the other way round; else only the
+    // part in sight changes. A small plan gets a low picture.
     resize() {
-        const {width, height} = this.svg.getBoundingClientRect();
-        const isDown = width < 640;
-        this.size = {width: Math.max(width, 1), height: Math.max(height, 1)};
-        if (this.plan?.isDown !== isDown) {
-            this.plan = layOut(this.graph, isDown, this.size.width / this.size.height);
+        const {width} = this.svg.getBoundingClientRect();
+        const isNarrow = width < kNarrow;
+        const isNew = this.isNarrow !== isNarrow;
+        if (isNew) {
+            this.isNarrow = isNarrow;
+            this.plan = this.choosePlan(width / Math.max(400, 0.58 * innerHeight));
             this.far = null;
-            this.showStart();
-        } else {
-            this.draw();
         }
+        const scale = Math.min(kFitScale, (width - 2 * kMargin) / this.plan.width);
+        const height = scale < kStartScale ? Infinity : this.plan.height * scale + 2 * kMargin;
+        this.svg.style.height = `${Math.min(Math.max(120, Math.ceil(height)), 2000)}px`;
+        this.size = {width: Math.max(width, 1),
+            height: Math.max(this.svg.getBoundingClientRect().height, 1)};
+        if (isNew) {
+            this.showStart();
+        }
+        this.draw();
+    }
+
+    // To the right; in a narrow window down if the answer is less wide so.
+    choosePlan(aspect) {
+        const right = layOut(this.graph, false, aspect);
+        const down = this.isNarrow && layOut(this.graph, true, aspect);
+        return down && down.first > right.first ? layOut(this.graph, false, aspect) : down || right;
     }
 
     // All if it can be read, else the first end with what stands around it.
     showStart() {
         this.fit();
         const first = this.selected ?? this.graph.ends[0]?.members[0];
-        if (this.view.scale < 0.6 && first) {
+        if (this.view.scale < kStartScale && first) {
             this.centre(first, 0.8);
         }
     }
 
     fit() {
-        const margin = 24;
-        const scale = Math.min(this.size.width / (this.plan.width + 2 * margin),
-            this.size.height / (this.plan.height + 2 * margin), 1.15);
+        const scale = Math.min((this.size.width - 2 * kMargin) / this.plan.width,
+            (this.size.height - 2 * kMargin) / this.plan.height, kFitScale);
         this.setView(this.plan.width / 2, this.plan.height / 2, scale);
     }
 
@@ -101,9 +126,13 @@ class Picture {
         }
     }
 
+    // Shows as much of the plan as it can: nothing beyond the plan as long as there is more inside.
     setView(middleX, middleY, scale) {
-        this.view = {scale, x: middleX - this.size.width / 2 / scale,
-            y: middleY - this.size.height / 2 / scale};
+        const margin = kMargin / scale;
+        const start = (middle, seen, whole) => seen >= whole + 2 * margin ? (whole - seen) / 2 :
+            Math.min(Math.max(middle - seen / 2, -margin), whole + margin - seen);
+        this.view = {scale, x: start(middleX, this.size.width / scale, this.plan.width),
+            y: start(middleY, this.size.height / scale, this.plan.height)};
         this.drawSoon();
     }
 
@@ -161,7 +190,7 @@ class Picture {
 
     drawFar() {
         this.far ??= this.farPaths();
-        const ends = this.graph.ends.slice(0, kMostRanks).map((end) => this.rankMark(end));
+        const ends = this.markedEnds().map((end) => this.rankMark(end));
         return [...this.far, ...this.wayEdges().map((edge) => this.edgePath(edge, 'way')),
             ...this.selected ? [this.farMark(this.selected)] : [], ...ends];
     }
@@ -181,6 +210,18 @@ class Picture {
             svgElement('path', {class: 'far-node', d: boxes(order.filter((each) => !each.isEnd))}),
             svgElement('path', {class: 'far-node blocker', d: membersOf(false)}),
             svgElement('path', {class: 'far-node member', d: membersOf(true)})];
+    }
+
+    // The first ones that have room for their rank.
+    markedEnds() {
+        const {scale} = this.view;
+        const marked = [];
+        const isFree = ({members: [one]}) => marked.every(({members: [other]}) =>
+            Math.abs(one.x - other.x) * scale > 40 || Math.abs(one.y - other.y) * scale > 18);
+        for (const end of this.graph.ends.slice(0, kMostRanks)) {
+            marked.push(...isFree(end) ? [end] : []);
+        }
+        return marked;
     }
 
     // A rank in letters of the same size on the screen however far the picture is.
@@ -230,16 +271,19 @@ class Picture {
             d: pathOf(curveOf(edge, this.plan.isDown)), 'marker-end': `url(#${edge.type})`});
     }
 
+    // Near the start, where edges to one thread are still apart; of an arc beside its middle.
     edgeLabel(edge) {
         if (!edge.label) {
             return null;
         }
-        const [start, one, two, end] = curveOf(edge, this.plan.isDown);
-        const middle = (axis) => (start[axis] + 3 * one[axis] + 3 * two[axis] + end[axis]) / 8;
         const {isDown} = this.plan;
-        return svgElement('text', {class: `edge-label ${this.isOnWay(edge) ? 'way' : ''}`,
-            x: middle(0), y: middle(1) + (isDown ? 4 : -5)},
-        fitText(edge.label, isDown ? kWidth : kGap.along - 12, `11px ${this.fonts}`));
+        const [x, y] = pointOf(curveOf(edge, isDown), edge.isArc ? 0.5 : 0.36);
+        const beside = edge.isArc && !isDown;
+        const room = isDown ? kWidth : beside ? kGap.arcs - kGap.bulge : kGap.along - 12;
+        return svgElement('text', {
+            class: `edge-label ${this.isOnWay(edge) ? 'way' : ''} ${beside ? 'beside' : ''}`,
+            x: x + (beside ? 6 : 0), y: y + (isDown || beside ? 4 : -5),
+        }, fitText(edge.label, room, `11px ${this.fonts}`));
     }
 
     groupBox({x, y, width, height}) {

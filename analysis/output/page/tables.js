@@ -3,6 +3,7 @@
 // Below the picture: the ranking, which can be sorted, and the other findings.
 
 const kMostRows = 100;
+const kMostQueues = 20;
 
 const kColumns = [
     {key: 'rank', title: 'End', value: (end) => end.rank, first: 1},
@@ -101,15 +102,26 @@ function queueTable(graph, queues, title, hint) {
     if (queues.length === 0) {
         return [];
     }
-    const rows = queues.map((queue) => element('tr', {},
-        element('td', {}, element('details', {}, element('summary', {}, queue.process +
-            (queue.node >= 0 ? `, node ${queue.node}` : '')), evidenceBox(graph, queue.places))),
+    const body = element('tbody');
+    const more = growing(body, queues, kMostQueues, (queue) => element('tr', {},
+        element('td', {}, queueLines(graph, queue)),
         element('td', {class: 'number'}, queue.queued.toLocaleString('en')),
         element('td', {class: 'number'}, queue.oldest || '–')));
     return [element('h2', {}, title), element('table', {class: 'queues'},
         element('thead', {}, element('tr', {}, ...['Process', 'Queued', 'Oldest'].map((head) =>
             element('th', {scope: 'col', title: head === 'Queued' ? hint : false}, head)))),
-        element('tbody', {}, ...rows))];
+        body), more];
+}
+
+// The name, which opens the lines that show the queue.
+function queueLines(graph, queue) {
+    const name = queue.process + (queue.node >= 0 ? `, node ${queue.node}` : '');
+    const details = element('details', {ontoggle: () => {
+        if (details.childElementCount === 1) {
+            details.append(evidenceBox(graph, queue.places));
+        }
+    }}, element('summary', {}, name));
+    return details;
 }
 
 function skippedLines(graph) {

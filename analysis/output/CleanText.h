@@ -1,5 +1,5 @@
-#ifndef STALLSCOPE_ANALYSIS_OUTPUT_PLAINTEXT_H
-#define STALLSCOPE_ANALYSIS_OUTPUT_PLAINTEXT_H
+#ifndef STALLSCOPE_ANALYSIS_OUTPUT_CLEANTEXT_H
+#define STALLSCOPE_ANALYSIS_OUTPUT_CLEANTEXT_H
 
 #include <cstddef>
 #include <string>
@@ -9,14 +9,14 @@ namespace stallscope {
 
 // Names and lines are anybody's text. Here it becomes valid UTF-8 without control characters: each
 // of these and each wrong byte becomes U+FFFD, a tab or a line end a blank.
-std::string plainText(std::string_view text);
+std::string cleanText(std::string_view text);
 
 // At most this many bytes of a valid text, cut between characters and ended with an ellipsis.
 std::string shortened(std::string text, size_t most);
 
-// Of a plain text, for use between tags and in quoted attributes.
+// Of a clean text, for use between tags and in quoted attributes.
 std::string escapeHtml(std::string_view text);
 
 }  // namespace stallscope
 
-#endif  // STALLSCOPE_ANALYSIS_OUTPUT_PLAINTEXT_H
+#endif  // STALLSCOPE_ANALYSIS_OUTPUT_CLEANTEXT_H

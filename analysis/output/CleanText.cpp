@@ -1,4 +1,4 @@
-#include "analysis/output/PlainText.h"
+#include "analysis/output/CleanText.h"
 
 #include <cstdint>
 
@@ -42,24 +42,24 @@ bool isControl(uint32_t character) {
 
 }  // namespace
 
-std::string plainText(std::string_view text) {
-    std::string plain;
-    plain.reserve(text.size());
+std::string cleanText(std::string_view text) {
+    std::string clean;
+    clean.reserve(text.size());
     while (!text.empty()) {
         uint32_t character = 0;
         size_t length = characterLength(text, &character);
         if (length == 0) {
-            plain += kReplacement;
+            clean += kReplacement;
         } else if (character == '\t' || character == '\n' || character == '\r') {
-            plain += ' ';
+            clean += ' ';
         } else if (isControl(character)) {
-            plain += kReplacement;
+            clean += kReplacement;
         } else {
-            plain += text.substr(0, length);
+            clean += text.substr(0, length);
         }
         text.remove_prefix(length == 0 ? 1 : length);
     }
-    return plain;
+    return clean;
 }
 
 std::string shortened(std::string text, size_t most) {
