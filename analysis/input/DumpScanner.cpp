@@ -182,6 +182,7 @@ LineVerdict DumpScanner::readOutside(std::string_view line) {
     mOutsidePid = 0;
     std::string_view number = line;
     if (takeSuffix(&number, ":") && readNumber(number, &mOutsidePid)) {
+        mOutsidePid = std::max(mOutsidePid, 0);
         return LineVerdict::kRead;  // jcmd's "1428:"
     }
     bool isIgnored = mDumps->size() == mDumpsBefore || isKnownOutside(line);
