@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kRounds = 7;
+constexpr int kRounds = 5;
 
 using Command = std::vector<std::string>;
 
@@ -128,12 +128,16 @@ void benchmarkLog(const std::string& analyze, const std::string& parseLog, Bench
     std::string log = benchmark->write("log", android::benchmarks::generateLog(2'000'000, true));
     benchmark->run({"log of 2,000,000 lines / grep -c",
                     "",
-                    {analyze, "--json", log},
+                    {analyze, log},
                     {"grep", "-c", "transaction", log}});
     if (!parseLog.empty()) {
         setenv("STALLSCOPE_BENCHMARK_RELEASE", "6.12.0", 1);
         benchmark->run({"log of 2,000,000 lines / the daemon's parse",
                         "3",
+                        {analyze, log},
+                        {parseLog, log}});
+        benchmark->run({"the same as JSON / the daemon's parse",
+                        "",
                         {analyze, "--json", log},
                         {parseLog, log}});
     }
