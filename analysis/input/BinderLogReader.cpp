@@ -1,6 +1,8 @@
 #include "analysis/input/BinderLogReader.h"
 
 #include <algorithm>
+#include <string>
+#include <unordered_map>
 
 #include "analysis/input/Tokens.h"
 #include "analysis/input/TransactionLineReader.h"
@@ -29,7 +31,12 @@ bool readHeaderNumber(Tokens* tokens, Number* number) {
 // Files the lines of a binder log, each of which it knows by its first words.
 class Scanner {
   public:
-    Scanner(uint32_t source, BinderLog* log) : mLog(log) { mPlace.source = source; }
+    Scanner(uint32_t source, BinderLog* log) : mLog(log) {
+        mPlace.source = source;
+        for (const std::string& each : log->contexts) {
+            mContexts.try_emplace(each, static_cast<uint32_t>(mContexts.size()));
+        }
+    }
 
     Verdict read(std::string_view line, uint32_t number) {
         mPlace.line = number;
@@ -115,11 +122,11 @@ class Scanner {
         if (mSection == kNoSection || name.empty()) {
             return Verdict::kSkipped;
         }
-        std::vector<std::string>& contexts = mLog->contexts;
-        auto found = std::find(contexts.begin(), contexts.end(), name);
-        mLog->sections[mSection].context = static_cast<uint32_t>(found - contexts.begin());
-        if (found == contexts.end()) {
-            contexts.emplace_back(name);
+        auto [context, isNew] =
+                mContexts.try_emplace(std::string(name), static_cast<uint32_t>(mContexts.size()));
+        mLog->sections[mSection].context = context->second;
+        if (isNew) {
+            mLog->contexts.push_back(context->first);
         }
         return Verdict::kRead;
     }
@@ -194,6 +201,7 @@ class Scanner {
     }
 
     BinderLog* mLog;
+    std::unordered_map<std::string, uint32_t> mContexts;  // the places of BinderLog::contexts
     Place mPlace;
     uint32_t mSection = kNoSection;
     bool mThread = false;  // the last thread read is the one whose lines follow

@@ -46,9 +46,11 @@ bool Findings::isAnybodyStuck() const {
     auto isStuck = [this](const RootBlocker& each) {
         return !each.isShort && threads[each.thread].movement != Movement::kBusy;
     };
+    auto isDry = [](const ExhaustedPool& each) {
+        return !each.isShort && each.movement != Movement::kBusy;
+    };
     return !deadlocks.empty() || std::any_of(rootBlockers.begin(), rootBlockers.end(), isStuck) ||
-           std::any_of(exhaustedPools.begin(), exhaustedPools.end(),
-                       [](const ExhaustedPool& each) { return !each.isShort; });
+           std::any_of(exhaustedPools.begin(), exhaustedPools.end(), isDry);
 }
 
 const int* Findings::targetsOf(const Wait& wait, size_t* count) const {

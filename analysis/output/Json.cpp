@@ -37,6 +37,9 @@ class Writer {
         member("stuck", mFindings.isAnybodyStuck());
         member("thresholdMs", mFindings.thresholdMs);
         member("hasTimes", mFindings.hasTimes);
+        if (mFindings.pid != 0) {
+            member("pid", mFindings.pid);
+        }
         list("rootBlockers", mFindings.rootBlockers);
         list("cycles", mFindings.deadlocks);
         list("chains", mFindings.chains);

@@ -1,5 +1,6 @@
 #include "analysis/output/Phrases.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace stallscope {
@@ -75,8 +76,8 @@ std::string durationText(int64_t milliseconds) {
     if (milliseconds < kSecond) {
         return std::to_string(milliseconds) + " ms";
     }
-    int64_t tenths = (milliseconds + 50) / 100;
-    if (tenths < kMinute / 100) {
+    if (milliseconds < kMinute) {
+        int64_t tenths = std::min((milliseconds + 50) / 100, kMinute / 100 - 1);
         return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
     }
     if (milliseconds < kHour) {

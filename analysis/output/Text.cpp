@@ -37,25 +37,25 @@ class Writer {
     void heading(const std::string& text) { mLayout.line(text, Style::kHeading); }
 
     void writeRanking() {
-        std::vector<std::vector<std::string>> rows;
-        std::vector<std::string> behind;
+        std::vector<std::vector<std::string>> rows = {
+                {"", "who holds up others", "threads", "processes", "longest", "doing"}};
+        std::vector<std::string> behind = {""};
         for (const RootBlocker& each : mFindings.rootBlockers) {
             if (each.isShort || mLayout.isFull(rows.size())) {
                 break;
             }
             const ThreadNode& node = mFindings.threads[each.thread];
-            rows.push_back({std::to_string(rows.size() + 1), threadText(node),
-                            countText(each.blockedThreads, "thread"),
-                            countText(each.blockedProcesses, "process"),
-                            durationText(each.longestWaitMs),
+            std::string time = durationText(each.longestWaitMs);
+            rows.push_back({std::to_string(rows.size()), threadText(node),
+                            std::to_string(each.blockedThreads),
+                            std::to_string(each.blockedProcesses), time.empty() ? "?" : time,
                             movementText(node) + (each.isProbable ? "probably, " : "") +
                                     doingText(mFindings, node)});
             behind.push_back(placesText(mEvidence.of(each)));
         }
-        if (rows.empty()) {
+        if (rows.size() == 1) {
             return;
         }
-        heading("Who holds up most: threads held up, their processes, their longest wait");
         mLayout.table(rows, behind);
         mLayout.gap();
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "analysis/output/CleanText.h"
+
 namespace stallscope {
 
 namespace {
@@ -26,14 +28,6 @@ std::string_view cut(std::string_view text, size_t columns) {
     return text.substr(0, at);
 }
 
-// Names of processes and threads are anybody's: a terminal must not take them for commands.
-std::string cleaned(std::string text) {
-    std::replace_if(
-            text.begin(), text.end(),
-            [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, '?');
-    return text;
-}
-
 std::string_view codeOf(Style style) {
     switch (style) {
         case Style::kBad:
@@ -52,8 +46,9 @@ std::string_view codeOf(Style style) {
 
 }  // namespace
 
-void TextLayout::line(std::string text, Style style, std::string behind) {
-    mLines.push_back({cleaned(std::move(text)), cleaned(std::move(behind)), style});
+void TextLayout::line(std::string_view text, Style style, std::string_view behind) {
+    // Names of processes and threads are anybody's: a terminal must not take them for commands.
+    mLines.push_back({cleanText(text), cleanText(behind), style});
 }
 
 void TextLayout::table(const std::vector<std::vector<std::string>>& rows,
@@ -74,7 +69,7 @@ void TextLayout::table(const std::vector<std::vector<std::string>>& rows,
                 text.append(widths[column] - columnsOf(cell), ' ');
             }
         }
-        line(std::move(text), Style::kPlain, behind[i]);
+        line(text, i == 0 ? Style::kHeading : Style::kPlain, behind[i]);
     }
 }
 

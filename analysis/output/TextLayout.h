@@ -17,9 +17,9 @@ class TextLayout {
     explicit TextLayout(const TextOptions& options) : mOptions(options) {}
 
     // A line, with something less important behind it ("[lines 3, 7]").
-    void line(std::string text, Style style = Style::kPlain, std::string behind = {});
+    void line(std::string_view text, Style style = Style::kPlain, std::string_view behind = {});
     void gap() { line({}); }
-    // Columns made as wide as their widest cell.
+    // Columns made as wide as their widest cell; the first row is the heading.
     void table(const std::vector<std::vector<std::string>>& rows,
                const std::vector<std::string>& behind);
 
