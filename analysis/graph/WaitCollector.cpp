@@ -20,7 +20,7 @@ WaitCollector::WaitCollector(const Snapshot& snapshot, const BinderLog& log, con
         addCallWait(each);
     }
     for (const ThreadDump& each : snapshot.dumps) {
-        if (each.isOfLogsMoment && each.pid > 0) {
+        if (each.isOfLogsMoment) {
             addLockWaits(each);
         }
     }

@@ -1,6 +1,7 @@
 #include "analysis/input/DumpHeader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "analysis/input/Tokens.h"
 
@@ -51,8 +52,8 @@ DumpFlavour flavourOf(std::string_view state) {
 //   Object.wait()  [...]" " sysTid=335"
 class HeaderTail {
   public:
-    HeaderTail(std::string_view tail, DumpThread* thread, DumpFlavour* flavour)
-          : mTokens(tail), mThread(thread), mFlavour(flavour) {}
+    HeaderTail(std::string_view tail, ThreadHeader* header)
+          : mTokens(tail), mThread(&header->thread), mFlavour(&header->flavour) {}
 
     bool read() {
         for (std::string_view word = mTokens.next(); !word.empty() && readWord(word);
@@ -111,7 +112,7 @@ class HeaderTail {
 
     Tokens mTokens;
     DumpThread* mThread;
-    DumpFlavour* mFlavour;
+    std::optional<DumpFlavour>* mFlavour;
     bool mIsHeader = false;
 };
 
@@ -140,13 +141,15 @@ bool readSectionMark(std::string_view line, SectionMark* mark) {
     return true;
 }
 
-bool readThreadHeader(std::string_view line, DumpThread* thread, DumpFlavour* flavour) {
+std::optional<ThreadHeader> readThreadHeader(std::string_view line) {
     size_t quote = beginsWith(line, "\"") ? line.rfind('"') : 0;
     if (quote == 0) {
-        return false;
+        return std::nullopt;
     }
-    thread->name = line.substr(1, quote - 1);
-    return HeaderTail(line.substr(quote + 1), thread, flavour).read();
+    ThreadHeader header;
+    header.thread.name = line.substr(1, quote - 1);
+    bool isHeader = HeaderTail(line.substr(quote + 1), &header).read();
+    return isHeader ? std::optional<ThreadHeader>(std::move(header)) : std::nullopt;
 }
 
 }  // namespace stallscope

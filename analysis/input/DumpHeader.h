@@ -1,6 +1,7 @@
 #ifndef STALLSCOPE_ANALYSIS_INPUT_DUMPHEADER_H
 #define STALLSCOPE_ANALYSIS_INPUT_DUMPHEADER_H
 
+#include <optional>
 #include <string_view>
 
 #include "analysis/model/ThreadDump.h"
@@ -19,9 +20,13 @@ struct SectionMark {
 // False when the line does not begin with "-----" as a word of its own.
 bool readSectionMark(std::string_view line, SectionMark* mark);
 
-// Fills what the header of a thread says; `line` may have line ends in the thread's name. Leaves
-// *flavour when the line fits several. False when it is no header.
-bool readThreadHeader(std::string_view line, DumpThread* thread, DumpFlavour* flavour);
+struct ThreadHeader {
+    DumpThread thread;
+    std::optional<DumpFlavour> flavour;  // unless the line fits several
+};
+
+// None when the line is no header of a thread. It may have line ends in the thread's name.
+std::optional<ThreadHeader> readThreadHeader(std::string_view line);
 
 }  // namespace stallscope
 

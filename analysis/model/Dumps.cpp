@@ -4,9 +4,6 @@ namespace stallscope {
 
 void nameByDumps(Snapshot* snapshot) {
     for (const ThreadDump& dump : snapshot->dumps) {
-        if (dump.pid <= 0) {
-            continue;
-        }
         NameOrigin origin = dump.isOfLogsMoment ? NameOrigin::kDump : NameOrigin::kOldDump;
         snapshot->names.setProcess(dump.pid, dump.cmdLine, origin);
         for (const DumpThread& each : dump.threads) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "analysis/graph/Analysis.h"
 #include "tests/analysis/input/Describe.h"
 #include "tests/analysis/input/ZipWriter.h"
 
@@ -83,6 +84,19 @@ TEST(Input, MeasuresTheLogAsTheDeviceWroteIt) {
     EXPECT_FALSE(translated.log->complete);
     EXPECT_EQ(plain.lineAt({0, 3}), translated.lineAt({0, 3}));
     EXPECT_EQ("binder-log\nlog 5: complete\nskipped 0\n", read("proc 5\r\n\r\n"));
+}
+
+// A JVM's own dump does not say whose it is.
+TEST(Input, FindsTheDeadlockOfAProcessWithoutNumber) {
+    Snapshot snapshot;
+    EXPECT_EQ("", readText("Full thread dump OpenJDK\n"
+                           "\"A\" #1 prio=5 tid=0x1 nid=0xb waiting for monitor entry [0x1]\n"
+                           "\t- waiting to lock <0x1> (a T)\n\t- locked <0x2> (a T)\n"
+                           "\"B\" #2 prio=5 tid=0x2 nid=0xc waiting for monitor entry [0x1]\n"
+                           "\t- waiting to lock <0x2> (a T)\n\t- locked <0x1> (a T)\n",
+                           &snapshot));
+    EXPECT_EQ(1U, analyze(snapshot, AnalysisOptions()).deadlocks.size());
+    EXPECT_EQ("B", snapshot.names.ofThread({0, 12}));
 }
 
 TEST(Input, SaysWhatIsWrong) {
