@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
-#include "analysis/output/CleanText.h"
 #include "analysis/output/Selection.h"
 
 namespace stallscope {
@@ -25,7 +25,8 @@ constexpr char kHead[] = R"(digraph stallscope {
 )";
 
 constexpr char kLegend[] =
-        "\n(double border: blocks others; octagon: deadlock; solid line: served by; dashed: queued for; "
+        "\n(double border: blocks others; octagon: deadlock; solid line: served by; dashed: queued "
+        "for; "
         "dotted, diamond: lock held by)\n";
 
 constexpr char kServedLook[] = "style=solid, arrowhead=normal";
@@ -72,7 +73,9 @@ const char* lookOf(EdgeType type) {
 class DotWriter {
   public:
     DotWriter(const Snapshot& snapshot, const Findings& findings)
-        : mSnapshot(snapshot), mFindings(findings), mShown(selectThreads(findings, kMostThreads)) {}
+          : mSnapshot(snapshot),
+            mFindings(findings),
+            mShown(selectThreads(findings, kMostThreads)) {}
 
     std::string write() {
         mOut = kHead;
@@ -118,8 +121,8 @@ class DotWriter {
 
     void writeThread(int index) {
         const ThreadNode& thread = mFindings.threads[index];
-        std::string label = thread.id.isProcess() ? "any thread"
-                                                  : "thread " + std::to_string(thread.id.tid);
+        std::string label =
+                thread.id.isProcess() ? "any thread" : "thread " + std::to_string(thread.id.tid);
         if (!thread.name.empty()) {
             label += " " + shortPlain(thread.name);
         }
@@ -211,8 +214,9 @@ class DotWriter {
         for (const auto& [thread, count] : counts) {
             if (thread != kNone) {
                 std::string name = "more" + std::to_string(thread);
-                mOut += "  " + name + " [shape=plaintext, label=" +
-                        quoted(countText(count, "more thread")) + "]\n";
+                mOut += "  " + name +
+                        " [shape=plaintext, label=" + quoted(countText(count, "more thread")) +
+                        "]\n";
                 mOut += "  " + name + " -> t" + std::to_string(thread) + " [style=bold]\n";
             }
         }
