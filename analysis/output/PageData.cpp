@@ -47,7 +47,6 @@ class PageData {
         Json::Value page;
         page["file"] = textOf(mSnapshot.file);
         page["answer"] = textOf(sentenceOf(mSnapshot, mFindings));
-        page["threshold"] = durationText(mFindings.thresholdMs);
         page["leftOut"] = Json::UInt64(mShown.leftOut);
         page["ends"] = list(mFindings.ends, [this](const End& end) { return endOf(end); });
         page["threads"] = list(mShown.threads, [this](int each) { return threadOf(each); });
@@ -231,9 +230,6 @@ class PageData {
             out.append(
                     "The log may be cut short: at a length like this the kernel drops the rest "
                     "without a word.");
-        }
-        if (mSnapshot.log && !mFindings.hasTimes) {
-            out.append("The log has no times, so that every wait counts.");
         }
         return out;
     }
