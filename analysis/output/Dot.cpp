@@ -1,12 +1,13 @@
 // The graph in Graphviz's language: processes are clusters, the ends have shapes of their own, and
 // each type of edge has its line and its arrow head, so that nothing hangs on colour.
+#include <algorithm>
 #include <map>
 #include <string>
 #include <utility>
 
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
-#include "analysis/output/CleanText.h"
 #include "analysis/output/Selection.h"
 
 namespace stallscope {
@@ -25,7 +26,8 @@ constexpr char kHead[] = R"(digraph stallscope {
 )";
 
 constexpr char kLegend[] =
-        "\n(double border: blocks others; octagon: deadlock; solid line: served by; dashed: queued for; "
+        "\n(double border: blocks others; octagon: deadlock; solid line: served by; dashed: queued "
+        "for; "
         "dotted, diamond: lock held by)\n";
 
 constexpr char kServedLook[] = "style=solid, arrowhead=normal";
@@ -72,7 +74,9 @@ const char* lookOf(EdgeType type) {
 class DotWriter {
   public:
     DotWriter(const Snapshot& snapshot, const Findings& findings)
-        : mSnapshot(snapshot), mFindings(findings), mShown(selectThreads(findings, kMostThreads)) {}
+          : mSnapshot(snapshot),
+            mFindings(findings),
+            mShown(selectThreads(findings, kMostThreads)) {}
 
     std::string write() {
         mOut = kHead;
@@ -118,34 +122,36 @@ class DotWriter {
 
     void writeThread(int index) {
         const ThreadNode& thread = mFindings.threads[index];
-        std::string label = thread.id.isProcess() ? "any thread"
-                                                  : "thread " + std::to_string(thread.id.tid);
-        if (!thread.name.empty()) {
-            label += " " + shortPlain(thread.name);
-        }
-        const End* end = thread.nextThread == kNone ? &mFindings.ends[thread.end] : nullptr;
-        const char* look = "";
-        if (isMember(index, thread)) {
-            label = "deadlock " + std::to_string(mFindings.ends[thread.end].deadlock + 1) + "\n" +
-                    label;
+        std::string label =
+                thread.id.isProcess() ? "any thread" : "thread " + std::to_string(thread.id.tid);
+        label += thread.name.empty() ? "" : " " + shortPlain(thread.name);
+        const End& end = mFindings.ends[thread.end];
+        std::string look;
+        if (isMember(index, end)) {
+            label = "deadlock " + std::to_string(end.deadlock + 1) + "\n" + label;
             look = kMemberLook;
-        } else if (end != nullptr) {
-            label = "blocker " + std::to_string(end->rootBlocker + 1) + "\n" + label;
+        } else if (thread.nextThread == kNone) {
+            label = "blocker " + std::to_string(end.rootBlocker + 1) + "\n" + label + "\n" +
+                    inLines(shortPlain(doingText(mFindings, thread)));
             look = kBlockerLook;
         }
-        if (end != nullptr) {
-            label += "\n" + shortPlain(doingText(mFindings, thread));
-        }
         mOut += "    t" + std::to_string(index) + " [label=" + quoted(label);
-        mOut += (*look == '\0' ? "" : std::string(", ") + look) + "]\n";
+        mOut += (look.empty() ? "" : ", " + look) + "]\n";
     }
 
-    bool isMember(int index, const ThreadNode& thread) const {
-        int deadlock = mFindings.ends[thread.end].deadlock;
-        if (deadlock == kNone) {
+    // A line for each part of the sentence.
+    static std::string inLines(std::string text) {
+        for (size_t at = text.find(", "); at != std::string::npos; at = text.find(", ", at)) {
+            text.replace(at, 2, "\n");
+        }
+        return text;
+    }
+
+    bool isMember(int index, const End& end) const {
+        if (end.deadlock == kNone) {
             return false;
         }
-        const std::vector<int>& members = mFindings.deadlocks[deadlock].members;
+        const std::vector<int>& members = mFindings.deadlocks[end.deadlock].members;
         return std::find(members.begin(), members.end(), index) != members.end();
     }
 
@@ -211,8 +217,9 @@ class DotWriter {
         for (const auto& [thread, count] : counts) {
             if (thread != kNone) {
                 std::string name = "more" + std::to_string(thread);
-                mOut += "  " + name + " [shape=plaintext, label=" +
-                        quoted(countText(count, "more thread")) + "]\n";
+                mOut += "  " + name +
+                        " [shape=plaintext, label=" + quoted(countText(count, "more thread")) +
+                        "]\n";
                 mOut += "  " + name + " -> t" + std::to_string(thread) + " [style=bold]\n";
             }
         }

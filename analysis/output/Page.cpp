@@ -2,10 +2,10 @@
 #include <string_view>
 #include <utility>
 
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/PageData.h"
 #include "analysis/output/PageTemplate.h"
-#include "analysis/output/CleanText.h"
 
 namespace stallscope {
 

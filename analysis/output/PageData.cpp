@@ -5,10 +5,10 @@
 #include <algorithm>
 
 #include "analysis/graph/Evidence.h"
+#include "analysis/output/CleanText.h"
 #include "analysis/output/Excerpts.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
-#include "analysis/output/CleanText.h"
 #include "analysis/output/Selection.h"
 
 namespace stallscope {
@@ -38,23 +38,21 @@ Json::Value placeOf(Place place) {
 class PageData {
   public:
     PageData(const Snapshot& snapshot, const Findings& findings)
-        : mSnapshot(snapshot),
-          mFindings(findings),
-          mShown(selectThreads(findings, kMostThreads)),
-          mEvidence(snapshot, findings) {}
+          : mSnapshot(snapshot),
+            mFindings(findings),
+            mShown(selectThreads(findings, kMostThreads)),
+            mEvidence(snapshot, findings) {}
 
     Json::Value write() {
         Json::Value page;
         page["file"] = textOf(mSnapshot.file);
         page["answer"] = textOf(sentenceOf(mSnapshot, mFindings));
-        page["threshold"] = durationText(mFindings.thresholdMs);
         page["leftOut"] = Json::UInt64(mShown.leftOut);
         page["ends"] = list(mFindings.ends, [this](const End& end) { return endOf(end); });
         page["threads"] = list(mShown.threads, [this](int each) { return threadOf(each); });
         page["pools"] = list(mFindings.pools, [this](const Pool& pool) { return poolOf(pool); });
-        page["exhausted"] = list(mFindings.exhaustedPools, [this](const ExhaustedPool& pool) {
-            return queueOf(pool);
-        });
+        page["exhausted"] = list(mFindings.exhaustedPools,
+                                 [this](const ExhaustedPool& pool) { return queueOf(pool); });
         page["backlogs"] = list(mFindings.onewayBacklogs, [this](const OnewayBacklog& backlog) {
             Json::Value out = queueOf(backlog);
             if (!out.isNull()) {
@@ -64,8 +62,8 @@ class PageData {
         });
         page["notes"] = notes();
         page["skipped"] = skipped();
-        page["sources"] = list(mSnapshot.sources,
-                               [](const std::string& source) { return textOf(source); });
+        page["sources"] =
+                list(mSnapshot.sources, [](const std::string& source) { return textOf(source); });
         page["excerpts"] = excerpts();  // last: of all places that were named above
         return page;
     }
@@ -226,13 +224,12 @@ class PageData {
     }
 
     Json::Value notes() const {
-        Json::Value out = list(mSnapshot.notes, [](const std::string& note) { return textOf(note); });
+        Json::Value out =
+                list(mSnapshot.notes, [](const std::string& note) { return textOf(note); });
         if (!mSnapshot.isComplete()) {
-            out.append("The log may be cut short: at a length like this the kernel drops the rest "
-                       "without a word.");
-        }
-        if (mSnapshot.log && !mFindings.hasTimes) {
-            out.append("The log has no times, so that every wait counts.");
+            out.append(
+                    "The log may be cut short: at a length like this the kernel drops the rest "
+                    "without a word.");
         }
         return out;
     }

@@ -95,7 +95,8 @@ bool endsWell(pid_t pid) {
 
 std::string errorOfStart(int error) {
     if (error == ENOENT) {
-        return std::string("the program dot is not there: install Graphviz (apt install graphviz)") +
+        return std::string(
+                       "the program dot is not there: install Graphviz (apt install graphviz)") +
                kInstead;
     }
     return std::string("can't start dot: ") + strerror(error) + kInstead;

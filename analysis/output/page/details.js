@@ -20,34 +20,53 @@ function element(name, attributes = {}, ...children) {
 }
 
 function threadButton(thread, select) {
-    return element('button', {type: 'button', class: 'thread-link', 'data-goto': thread.id,
-        onclick: () => select(thread)}, thread.title);
+    return element(
+        'button',
+        {
+            'type': 'button',
+            'class': 'thread-link',
+            'data-goto': thread.id,
+            'onclick': () => select(thread),
+        },
+        thread.title,
+    );
 }
 
 function showDetails(place, graph, thread, select) {
     if (!thread) {
-        place.replaceChildren(element('p', {class: 'hint'},
-            'Select a thread in the picture or in the table to see its chain, its stack and the ' +
-            'lines of the log that show it.'));
+        place.replaceChildren(
+            element(
+                'p',
+                {class: 'hint'},
+                'Select a thread in the picture or in the table to see its chain, its stack and the ' +
+                    'lines of the log that show it.',
+            ),
+        );
         return;
     }
-    place.replaceChildren(...[
-        element('h2', {}, thread.title),
-        tagsOf(thread),
-        ...standingOf(graph, thread),
-        ...chainOf(graph, thread, select),
-        ...waitersOf(thread, select),
-        ...stackOf(graph, thread),
-        ...evidenceOf(graph, thread),
-    ].filter(Boolean));
+    place.replaceChildren(
+        ...[
+            element('h2', {}, thread.title),
+            tagsOf(thread),
+            ...standingOf(graph, thread),
+            ...chainOf(graph, thread, select),
+            ...waitersOf(thread, select),
+            ...stackOf(graph, thread),
+            ...evidenceOf(graph, thread),
+        ].filter(Boolean),
+    );
 }
 
 function tagsOf(thread) {
-    const tags = [thread.isEnd && thread.end.title,
+    const tags = [
+        thread.isEnd && thread.end.title,
         thread.isEnd && thread.end.isDeadlock && `kind: ${thread.end.kind}`,
-        thread.movement !== 'unknown' && thread.movement].filter(Boolean);
-    return tags.length > 0 && element('ul', {class: 'tags'},
-        ...tags.map((tag) => element('li', {}, tag)));
+        thread.movement !== 'unknown' && thread.movement,
+    ].filter(Boolean);
+    return (
+        tags.length > 0 &&
+        element('ul', {class: 'tags'}, ...tags.map((tag) => element('li', {}, tag)))
+    );
 }
 
 // What the thread does, and what it means for others.
@@ -56,8 +75,12 @@ function standingOf(graph, thread) {
     if (thread.isEnd) {
         sentences.push((thread.end.isDeadlock ? 'the deadlock ' : '') + holdsUp(thread.end));
     } else if (thread.behind > 0) {
-        sentences.push(`${countOf(thread.behind, 'thread')} wait behind it`
-            .replace(/^1 thread wait/, '1 thread waits'));
+        sentences.push(
+            `${countOf(thread.behind, 'thread')} wait behind it`.replace(
+                /^1 thread wait/,
+                '1 thread waits',
+            ),
+        );
     }
     return sentences.filter(Boolean).map((text) => element('p', {}, asSentence(text)));
 }
@@ -71,13 +94,27 @@ function chainOf(graph, thread, select) {
     if (way.length < 2 && thread.waits.length === 0) {
         return [];
     }
-    const steps = way.map((each) => element('li', {class: each.isEnd && (each.end.isDeadlock ? 'member' : 'end')},
-        each === thread ? element('span', {class: 'here'}, each.title) : threadButton(each, select),
-        ...stepsOf(graph, each, way)));
+    const steps = way.map((each) =>
+        element(
+            'li',
+            {class: each.isEnd && (each.end.isDeadlock ? 'member' : 'end')},
+            each === thread
+                ? element('span', {class: 'here'}, each.title)
+                : threadButton(each, select),
+            ...stepsOf(graph, each, way),
+        ),
+    );
     const title = thread.isEnd ? 'The cycle' : 'Its way to the end';
     if (steps.length > kMostSteps) {
-        steps.splice(kMostSteps - 10, steps.length - kMostSteps, element('li', {class: 'hint'},
-            `${countOf(steps.length - kMostSteps, 'more thread')} in between`));
+        steps.splice(
+            kMostSteps - 10,
+            steps.length - kMostSteps,
+            element(
+                'li',
+                {class: 'hint'},
+                `${countOf(steps.length - kMostSteps, 'more thread')} in between`,
+            ),
+        );
     }
     return [element('h3', {}, title), element('ol', {class: 'chain'}, ...steps)];
 }
@@ -95,8 +132,13 @@ function stepsOf(graph, thread) {
     if (waits.length === 0) {
         return [element('small', {}, thread.doing || 'nothing is known of what it does')];
     }
-    return waits.map((wait) => element('small', {class: `wait ${wait.type}`},
-        wait.text + leadsTo(graph, wait) + (wait.doubtful ? ' (probably)' : '')));
+    return waits.map((wait) =>
+        element(
+            'small',
+            {class: `wait ${wait.type}`},
+            wait.text + leadsTo(graph, wait) + (wait.doubtful ? ' (probably)' : ''),
+        ),
+    );
 }
 
 function leadsTo(graph, wait) {
@@ -114,8 +156,9 @@ function waitersOf(thread, select) {
         return [];
     }
     const list = element('ul', {class: 'waiters'});
-    const more = growing(list, waiters, kMostWaiters, (waiter) => element('li', {},
-        threadButton(waiter, select), element('small', {}, waiter.nextWait.text)));
+    const more = growing(list, waiters, kMostWaiters, (waiter) =>
+        element('li', {}, threadButton(waiter, select), element('small', {}, waiter.nextWait.text)),
+    );
     return [element('h3', {}, `Waits for it (${waiters.length.toLocaleString('en')})`), list, more];
 }
 
@@ -135,16 +178,26 @@ function growing(list, items, most, make) {
 function stackOf(graph, thread) {
     const out = [];
     if (thread.calls.length > 0) {
-        out.push(element('h3', {}, 'Its calls in the kernel’s log, top first'),
-            linesBox(graph, thread.calls));
+        out.push(
+            element('h3', {}, 'Its calls in the kernel’s log, top first'),
+            linesBox(graph, thread.calls),
+        );
     }
     if (thread.dump) {
         const {source, first, last, time, isOfLogsMoment, isCut} = thread.dump;
         const places = Array.from({length: last - first + 1}, (_, at) => [source, first + at]);
-        out.push(element('h3', {}, `Its stack${time ? ` of ${time}` : ''}`),
-            isOfLogsMoment ? null : element('p', {class: 'hint'},
-                'From another moment than the log: it shows what the thread did then.'),
-            linesBox(graph, places), isCut ? element('p', {class: 'hint'}, 'The rest is in the file.') : null);
+        out.push(
+            element('h3', {}, `Its stack${time ? ` of ${time}` : ''}`),
+            isOfLogsMoment
+                ? null
+                : element(
+                      'p',
+                      {class: 'hint'},
+                      'From another moment than the log: it shows what the thread did then.',
+                  ),
+            linesBox(graph, places),
+            isCut ? element('p', {class: 'hint'}, 'The rest is in the file.') : null,
+        );
     } else if (thread.tid !== 0) {
         out.push(element('p', {class: 'hint'}, 'The input has no stack of this thread.'));
     }
@@ -152,10 +205,14 @@ function stackOf(graph, thread) {
 }
 
 function evidenceOf(graph, thread) {
-    const places = [...thread.places, ...thread.waits.flatMap((wait) => wait.places),
-        ...thread.isEnd ? thread.end.places : []];
-    return places.length === 0 ? [] : [element('h3', {}, 'The lines it rests on'),
-        evidenceBox(graph, places)];
+    const places = [
+        ...thread.places,
+        ...thread.waits.flatMap((wait) => wait.places),
+        ...(thread.isEnd ? thread.end.places : []),
+    ];
+    return places.length === 0
+        ? []
+        : [element('h3', {}, 'The lines it rests on'), evidenceBox(graph, places)];
 }
 
 // Lines with two of their neighbours on each side; gaps are marked.
@@ -172,7 +229,12 @@ function evidenceBox(graph, places) {
 }
 
 function linesBox(graph, places, marked = new Set()) {
-    const box = element('div', {class: 'lines', tabindex: 0, role: 'group', 'aria-label': 'Lines'});
+    const box = element('div', {
+        'class': 'lines',
+        'tabindex': 0,
+        'role': 'group',
+        'aria-label': 'Lines',
+    });
     let [lastSource, lastLine] = [-1, 0];
     for (const [source, line] of places) {
         const text = graph.lines.get(placeKey([source, line]));
@@ -186,9 +248,14 @@ function linesBox(graph, places, marked = new Set()) {
         }
         [lastSource, lastLine] = [source, line];
         const isMarked = marked.has(placeKey([source, line]));
-        box.append(element('div', {class: isMarked ? 'line marked' : 'line'},
-            element('span', {class: 'number'}, String(line)),
-            element(isMarked ? 'strong' : 'span', {class: 'text'}, text)));
+        box.append(
+            element(
+                'div',
+                {class: isMarked ? 'line marked' : 'line'},
+                element('span', {class: 'number'}, String(line)),
+                element(isMarked ? 'strong' : 'span', {class: 'text'}, text),
+            ),
+        );
     }
     return box;
 }

@@ -11,7 +11,9 @@ function loadGraph(data) {
         Object.assign(end, {rank, before: graph.ends[rank - 1], after: graph.ends[rank + 1]});
         end.members = end.members.map((index) => graph.threads[index]);
         end.isDeadlock = end.kind !== 'blocker';
-        end.members.forEach((member) => { member.isEnd = true; });
+        end.members.forEach((member) => {
+            member.isEnd = true;
+        });
     });
     for (const thread of graph.threads) {
         thread.end = graph.ends[thread.end];
@@ -68,10 +70,18 @@ function countOf(count, one, many = `${one}s`) {
 
 // "holds up 3 threads in 3 processes; longest wait 2.9 s"
 function holdsUp(end) {
-    const others = end.threads === 0 ? 'nobody else' :
-        `${countOf(end.threads, 'thread')} in ${countOf(end.processes, 'process', 'processes')}`;
+    const others = end.isDeadlock ? ['other process', 'other processes'] : ['process', 'processes'];
+    const whom =
+        end.threads === 0
+            ? 'nobody else'
+            : countOf(end.threads, 'thread') +
+              (end.processes > 0 ? ` in ${countOf(end.processes, ...others)}` : ' of its own');
+    const isBusy = !end.isDeadlock && end.members[0].movement === 'busy';
+    const verb = isBusy
+        ? 'is busy, not stuck (another call at each look); it holds up'
+        : 'holds up';
     const longest = end.longest ? `; longest wait ${end.longest}` : '';
-    return `${end.probable ? 'probably ' : ''}holds up ${others}${longest}`;
+    return `${end.probable ? 'probably ' : ''}${verb} ${whom}${longest}`;
 }
 
 // What a line of the picture or the chain says of a wait.
@@ -82,7 +92,13 @@ function waitLabel(wait) {
 
 function findThreads(graph, text) {
     const words = text.toLowerCase().split(/\s+/).filter(Boolean);
-    const matches = (thread) => words.every((word) => thread.id === word ||
-        String(thread.pid) === word || String(thread.tid) === word || thread.inner.includes(word));
+    const matches = (thread) =>
+        words.every(
+            (word) =>
+                thread.id === word ||
+                String(thread.pid) === word ||
+                String(thread.tid) === word ||
+                thread.inner.includes(word),
+        );
     return words.length === 0 ? [] : graph.threads.filter(matches);
 }

@@ -8,8 +8,17 @@
 const kWidth = 212;
 const kHeight = 46;
 const kEndHeight = 66;
-const kGap = {along: 104, alongDown: 58, across: 12, tree: 56, frame: 14, cell: 8, bulge: 64, arcs: 140};
-const kMostSingles = 6;  // leaves of one type; more stand in a block with one edge
+const kGap = {
+    along: 104,
+    alongDown: 58,
+    across: 12,
+    tree: 56,
+    frame: 14,
+    cell: 8,
+    bulge: 120,
+    arcs: 170,
+};
+const kMostSingles = 6; // leaves of one type; more stand in a block with one edge
 const kMostArcs = 12;
 
 // Gives every thread of graph.order x, y, width and height. `first` is the width of the answer.
@@ -21,13 +30,20 @@ function layOut(graph, isDown, aspect) {
     const trees = graph.ends.map((end) => placeTree(end, plan));
     putOnShelves(trees, plan);
     plan.first = trees[0].width;
-    plan.edges = [...graph.order.filter((thread) => thread.next && !thread.block).map(ownEdge),
-        ...plan.groups.map(groupEdge), ...graph.ends.flatMap(arcsOf.bind(null, graph))];
+    plan.edges = [
+        ...graph.order.filter((thread) => thread.next && !thread.block).map(ownEdge),
+        ...plan.groups.map(groupEdge),
+        ...graph.ends.flatMap(arcsOf.bind(null, graph)),
+    ];
     return plan;
 }
 
 function measure(thread, plan) {
-    Object.assign(thread, {width: kWidth, height: thread.isEnd ? kEndHeight : kHeight, block: null});
+    Object.assign(thread, {
+        width: kWidth,
+        height: thread.isEnd ? kEndHeight : kHeight,
+        block: null,
+    });
     thread.length = plan.isDown ? thread.height : thread.width;
     thread.breadth = plan.isDown ? thread.width : thread.height;
     thread.parts = partsOf(thread, plan);
@@ -43,9 +59,10 @@ function roomOf(parts) {
 function partsOf(thread, plan) {
     const parts = thread.waiters.filter((waiter) => waiter.behind > 0);
     for (const type of ['served', 'queued', 'lock']) {
-        const leaves = thread.waiters.filter((waiter) => waiter.behind === 0 &&
-            waiter.nextWait.type === type);
-        parts.push(...leaves.length > kMostSingles ? [blockOf(leaves, thread, plan)] : leaves);
+        const leaves = thread.waiters.filter(
+            (waiter) => waiter.behind === 0 && waiter.nextWait.type === type,
+        );
+        parts.push(...(leaves.length > kMostSingles ? [blockOf(leaves, thread, plan)] : leaves));
     }
     return parts;
 }
@@ -53,14 +70,21 @@ function partsOf(thread, plan) {
 function blockOf(leaves, target, plan) {
     const step = {along: leaves[0].length + kGap.cell, across: leaves[0].breadth + kGap.cell};
     const aspect = plan.isDown ? 1 / plan.aspect : plan.aspect;
-    const wished = Math.round(Math.sqrt(leaves.length * step.along / step.across / aspect));
+    const wished = Math.round(Math.sqrt((leaves.length * step.along) / step.across / aspect));
     const lines = Math.min(Math.max(wished, 2), leaves.length);
     const steps = Math.ceil(leaves.length / lines);
-    const block = {leaves, target, step, lines,
+    const block = {
+        leaves,
+        target,
+        step,
+        lines,
         length: steps * step.along - kGap.cell + 2 * kGap.frame,
-        breadth: lines * step.across - kGap.cell + 2 * kGap.frame};
+        breadth: lines * step.across - kGap.cell + 2 * kGap.frame,
+    };
     block.room = block.breadth;
-    leaves.forEach((leaf) => { leaf.block = block; });
+    leaves.forEach((leaf) => {
+        leaf.block = block;
+    });
     return block;
 }
 
@@ -96,8 +120,8 @@ function placeInBlock(leaf, at, block, tree) {
     const line = at % block.lines;
     const step = Math.floor(at / block.lines);
     leaf.along = block.along + block.length - kGap.frame - leaf.length - step * block.step.along;
-    leaf.middle = block.middle - block.breadth / 2 + kGap.frame + leaf.breadth / 2 +
-        line * block.step.across;
+    leaf.middle =
+        block.middle - block.breadth / 2 + kGap.frame + leaf.breadth / 2 + line * block.step.across;
     tree.placed.push(leaf);
 }
 
@@ -105,14 +129,22 @@ function placeInBlock(leaf, at, block, tree) {
 function putOnShelves(trees, plan) {
     for (const tree of trees) {
         const length = tree.highest - tree.lowest;
-        Object.assign(tree, plan.isDown ? {width: tree.room, height: length} :
-            {width: length, height: tree.room});
+        Object.assign(
+            tree,
+            plan.isDown ? {width: tree.room, height: length} : {width: length, height: tree.room},
+        );
     }
-    const area = trees.reduce((sum, tree) => sum + (tree.width + kGap.tree) *
-        (tree.height + kGap.tree), 0);
-    const wished = trees.reduce((most, tree) => Math.max(most, tree.width),
-        Math.sqrt(area * plan.aspect));
-    let x = 0, y = 0, tallest = 0;
+    const area = trees.reduce(
+        (sum, tree) => sum + (tree.width + kGap.tree) * (tree.height + kGap.tree),
+        0,
+    );
+    const wished = trees.reduce(
+        (most, tree) => Math.max(most, tree.width),
+        Math.sqrt(area * plan.aspect),
+    );
+    let x = 0,
+        y = 0,
+        tallest = 0;
     for (const tree of trees) {
         if (x > 0 && x + tree.width > wished) {
             y += tallest + kGap.tree;
@@ -141,34 +173,57 @@ function moveTree(tree, x, y, plan) {
 }
 
 function ownEdge(thread) {
-    return {from: thread, to: thread.next, type: thread.nextWait.type,
-        label: waitLabel(thread.nextWait)};
+    return {
+        from: thread,
+        to: thread.next,
+        type: thread.nextWait.type,
+        label: waitLabel(thread.nextWait),
+    };
 }
 
 function groupEdge(group) {
     const wait = group.leaves[0].nextWait;
-    return {from: group, to: group.target, type: wait.type, isThick: true,
-        label: `${group.leaves.length.toLocaleString('en')} ${wait.type}`};
+    return {
+        from: group,
+        to: group.target,
+        type: wait.type,
+        isThick: true,
+        label: `${group.leaves.length.toLocaleString('en')} ${wait.type}`,
+    };
 }
 
 // Inside a deadlock: all edges, or where these are too many, one from each member, to another one
 // each where that goes.
 function arcsOf(graph, end) {
-    const arcs = !end.isDeadlock ? [] : end.members.flatMap((from) => from.waits.flatMap((wait) =>
-        targetsOf(graph, wait).map((to) => ({from, to, type: wait.type, isArc: true,
-            label: waitLabel(wait)}))));
+    const arcs = !end.isDeadlock
+        ? []
+        : end.members.flatMap((from) =>
+              from.waits.flatMap((wait) =>
+                  targetsOf(graph, wait).map((to) => ({
+                      from,
+                      to,
+                      type: wait.type,
+                      isArc: true,
+                      label: waitLabel(wait),
+                  })),
+              ),
+          );
     if (arcs.length <= kMostArcs) {
         return arcs;
     }
     const reached = new Set();
-    return end.members.map((from, at) => {
-        const next = end.members[(at + 1) % end.members.length];
-        const own = arcs.filter((arc) => arc.from === from);
-        const arc = own.find(({to}) => to === next && !reached.has(to)) ??
-            own.find(({to}) => !reached.has(to)) ?? own[0];
-        reached.add(arc?.to);
-        return arc;
-    }).filter(Boolean);
+    return end.members
+        .map((from, at) => {
+            const next = end.members[(at + 1) % end.members.length];
+            const own = arcs.filter((arc) => arc.from === from);
+            const arc =
+                own.find(({to}) => to === next && !reached.has(to)) ??
+                own.find(({to}) => !reached.has(to)) ??
+                own[0];
+            reached.add(arc?.to);
+            return arc;
+        })
+        .filter(Boolean);
 }
 
 // The waits of a thread that are not in the plan, because the tree has one edge for each thread.
@@ -176,24 +231,31 @@ function otherEdges(graph, thread) {
     if (thread.end?.isDeadlock && thread.isEnd) {
         return [];
     }
-    return thread.waits.flatMap((wait) => targetsOf(graph, wait)
-        .filter((to) => to !== thread.next || thread.block)
-        .map((to) => ({from: thread, to, type: wait.type, label: ''})));
+    return thread.waits.flatMap((wait) =>
+        targetsOf(graph, wait)
+            .filter((to) => to !== thread.next || thread.block)
+            .map((to) => ({from: thread, to, type: wait.type, label: ''})),
+    );
 }
 
 // The points of a Bézier curve: start, two that bend it, end.
 function curveOf(edge, isDown) {
     const {from, to} = edge;
-    const out = (box) => isDown ? [box.x + box.width / 2, box.y + box.height] :
-        [box.x + box.width, box.y + box.height / 2];
-    const into = (box) => isDown ? [box.x + box.width / 2, box.y] : [box.x, box.y + box.height / 2];
-    const shift = ([x, y], along, across = 0) => isDown ? [x + across, y + along] :
-        [x + along, y + across];
+    const out = (box) =>
+        isDown
+            ? [box.x + box.width / 2, box.y + box.height]
+            : [box.x + box.width, box.y + box.height / 2];
+    const into = (box) =>
+        isDown ? [box.x + box.width / 2, box.y] : [box.x, box.y + box.height / 2];
+    const shift = ([x, y], along, across = 0) =>
+        isDown ? [x + across, y + along] : [x + along, y + across];
     if (edge.isArc) {
-        const [start, end] = from === to ? [shift(out(from), 0, -14), shift(out(from), 0, 14)] :
-            [out(from), out(to)];
+        const [start, end] =
+            from === to
+                ? [shift(out(from), 0, -14), shift(out(from), 0, 14)]
+                : [out(from), out(to)];
         const apart = Math.abs(isDown ? start[0] - end[0] : start[1] - end[1]);
-        const bulge = Math.min(34 + apart / 5, kGap.bulge);
+        const bulge = Math.min(30 + apart / 4, kGap.bulge);
         return [start, shift(start, bulge), shift(end, bulge), end];
     }
     const [start, end] = [out(from), into(to)];

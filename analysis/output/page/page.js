@@ -7,8 +7,20 @@ class Page {
     constructor(data) {
         this.graph = loadGraph(data);
         this.byId = new Map(this.graph.threads.map((thread) => [thread.id, thread]));
-        this.parts = Object.fromEntries(['main', 'source', 'notes', 'picture', 'status', 'empty',
-            'details', 'tables', 'find-text', 'found'].map((id) => [id, document.getElementById(id)]));
+        this.parts = Object.fromEntries(
+            [
+                'main',
+                'source',
+                'notes',
+                'picture',
+                'status',
+                'empty',
+                'details',
+                'tables',
+                'find-text',
+                'found',
+            ].map((id) => [id, document.getElementById(id)]),
+        );
         this.parts.main.hidden = false;
         this.showHead();
         this.select = (thread) => this.choose(thread);
@@ -27,16 +39,23 @@ class Page {
     showHead() {
         const {file, notes, leftOut} = this.graph;
         this.parts.source.textContent = file;
-        const left = leftOut > 0 ? [`${countOf(leftOut, 'thread')} furthest from the ends are not ` +
-            'shown; the numbers count them.'] : [];
-        this.parts.notes.replaceChildren(...[...notes, ...left].map((note) => element('li', {}, note)));
+        const left =
+            leftOut > 0
+                ? [
+                      `${countOf(leftOut, 'thread')} furthest from the ends are not ` +
+                          'shown; the numbers count them.',
+                  ]
+                : [];
+        this.parts.notes.replaceChildren(
+            ...[...notes, ...left].map((note) => element('li', {}, note)),
+        );
     }
 
     showEmpty() {
         document.body.classList.add('no-picture');
         this.parts.empty.hidden = false;
-        this.parts.empty.textContent = `There is nothing to draw: nobody waits for longer than ` +
-            `${this.graph.threshold}. A smaller --threshold shows shorter waits.`;
+        this.parts.empty.textContent =
+            'There is nothing to draw. A smaller --threshold shows shorter waits.';
     }
 
     // What the address says; without it, the answer is selected.
@@ -51,8 +70,10 @@ class Page {
     }
 
     keepAddress() {
-        const wishes = [this.selected && `thread=${this.selected.id}`,
-            this.ranking.sort !== 'rank' && `sort=${this.ranking.sort}`].filter(Boolean);
+        const wishes = [
+            this.selected && `thread=${this.selected.id}`,
+            this.ranking.sort !== 'rank' && `sort=${this.ranking.sort}`,
+        ].filter(Boolean);
         history.replaceState(null, '', wishes.length > 0 ? `#${wishes.join('&')}` : ' ');
     }
 
@@ -70,8 +91,9 @@ class Page {
         showDetails(this.parts.details, this.graph, thread, this.select);
         this.ranking.mark(thread);
         this.picture?.select(thread);
-        this.parts.status.textContent = !thread ? 'No thread is selected.' :
-            `${thread.title}: ${thread.isEnd ? holdsUp(thread.end) : thread.nextWait.text}`;
+        this.parts.status.textContent = !thread
+            ? 'No thread is selected.'
+            : `${thread.title}: ${thread.isEnd ? holdsUp(thread.end) : thread.nextWait.text}`;
     }
 
     listen() {
@@ -90,16 +112,20 @@ class Page {
 
     keyInPicture(event) {
         const to = neighbourOf(this.selected, event.key, this.picture.plan.isDown);
-        const actions = {'+': () => this.picture.zoom(1.25), '=': () => this.picture.zoom(1.25),
-            '-': () => this.picture.zoom(0.8), '0': () => this.picture.fit(),
+        const actions = {
+            '+': () => this.picture.zoom(1.25),
+            '=': () => this.picture.zoom(1.25),
+            '-': () => this.picture.zoom(0.8),
+            '0': () => this.picture.fit(),
             'Escape': () => this.choose(undefined),
             'Enter': () => this.parts.details.focus(),
-            'Home': () => this.choose(this.graph.ends[0].members[0])};
+            'Home': () => this.choose(this.graph.ends[0].members[0]),
+        };
         if (event.ctrlKey || event.metaKey || event.altKey) {
             return;
         }
         if (event.key.startsWith('Arrow')) {
-            this.choose(this.selected ? to ?? this.selected : this.graph.ends[0].members[0]);
+            this.choose(this.selected ? (to ?? this.selected) : this.graph.ends[0].members[0]);
             event.preventDefault();
         } else if (actions[event.key]) {
             actions[event.key]();
@@ -111,10 +137,18 @@ class Page {
         const threads = findThreads(this.graph, this.parts['find-text'].value).slice(0, 20);
         const isAsked = this.parts['find-text'].value.trim() !== '';
         this.parts.found.hidden = !isAsked;
-        this.parts.found.replaceChildren(...threads.map((thread) => element('li', {},
-            threadButton(thread, (chosen) => this.takeFound(chosen)))),
-        ...isAsked && threads.length === 0 ? [element('li', {class: 'hint'}, 'No such thread waits.')] :
-            []);
+        this.parts.found.replaceChildren(
+            ...threads.map((thread) =>
+                element(
+                    'li',
+                    {},
+                    threadButton(thread, (chosen) => this.takeFound(chosen)),
+                ),
+            ),
+            ...(isAsked && threads.length === 0
+                ? [element('li', {class: 'hint'}, 'No such thread waits.')]
+                : []),
+        );
     }
 
     takeFound(thread) {
@@ -146,8 +180,12 @@ class Page {
 
 // Along the flow to the next thread and back to the first that waits, across it to a neighbour.
 function neighbourOf(thread, key, isDown) {
-    const turned = {ArrowDown: 'ArrowRight', ArrowUp: 'ArrowLeft', ArrowRight: 'ArrowDown',
-        ArrowLeft: 'ArrowUp'};
+    const turned = {
+        ArrowDown: 'ArrowRight',
+        ArrowUp: 'ArrowLeft',
+        ArrowRight: 'ArrowDown',
+        ArrowLeft: 'ArrowUp',
+    };
     const way = isDown ? turned[key] : key;
     if (!thread || way === 'ArrowRight') {
         return thread?.next;
@@ -161,8 +199,9 @@ function neighbourOf(thread, key, isDown) {
 function siblingOf(thread, step) {
     const siblings = thread.next ? thread.next.waiters : thread.end.members;
     const sibling = siblings[siblings.indexOf(thread) + step];
-    return sibling || thread.next ? sibling : (step > 0 ? thread.end.after : thread.end.before)
-        ?.members[0];
+    return sibling || thread.next
+        ? sibling
+        : (step > 0 ? thread.end.after : thread.end.before)?.members[0];
 }
 
 // One pointer moves the picture, or selects if it does not move; two zoom; Ctrl and wheel zoom.
@@ -205,12 +244,16 @@ function followPointers(svg, picture, select) {
     };
     svg.addEventListener('pointerup', end);
     svg.addEventListener('pointercancel', end);
-    svg.addEventListener('wheel', (event) => {
-        if (event.ctrlKey || event.metaKey) {
-            event.preventDefault();
-            picture.zoom(Math.exp(-event.deltaY / 400), at(event));
-        }
-    }, {passive: false});
+    svg.addEventListener(
+        'wheel',
+        (event) => {
+            if (event.ctrlKey || event.metaKey) {
+                event.preventDefault();
+                picture.zoom(Math.exp(-event.deltaY / 400), at(event));
+            }
+        },
+        {passive: false},
+    );
 }
 
 new Page(JSON.parse(document.getElementById('data').textContent));

@@ -13,9 +13,17 @@ const kPatience = 20000;
 class Browser {
     constructor(program) {
         this.profile = fs.mkdtempSync(path.join(os.tmpdir(), 'page-test-'));
-        this.process = spawn(program, ['--no-sandbox', '--disable-gpu', '--hide-scrollbars',
-            '--remote-debugging-pipe', `--user-data-dir=${this.profile}`],
-        {stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe']});
+        this.process = spawn(
+            program,
+            [
+                '--no-sandbox',
+                '--disable-gpu',
+                '--hide-scrollbars',
+                '--remote-debugging-pipe',
+                `--user-data-dir=${this.profile}`,
+            ],
+            {stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe']},
+        );
         this.waiting = new Map();
         this.listeners = new Set();
         this.last = 0;
@@ -57,7 +65,9 @@ class Browser {
     }
 
     async close() {
-        const ended = new Promise((resolve) => { this.process.once('exit', resolve); });
+        const ended = new Promise((resolve) => {
+            this.process.once('exit', resolve);
+        });
         this.send('Browser.close').catch(() => {});
         const impatient = setTimeout(() => this.process.kill('SIGKILL'), 5000);
         await ended;
@@ -99,10 +109,16 @@ class Tab {
         for (const domain of ['Page', 'Runtime', 'Network', 'Log']) {
             await this.send(`${domain}.enable`);
         }
-        await this.send('Emulation.setDeviceMetricsOverride',
-            {width, height, deviceScaleFactor: 1, mobile: false});
+        await this.send('Emulation.setDeviceMetricsOverride', {
+            width,
+            height,
+            deviceScaleFactor: 1,
+            mobile: false,
+        });
         await this.send('Emulation.setEmulatedMedia', {features});
-        const loaded = new Promise((resolve) => { this.loaded = resolve; });
+        const loaded = new Promise((resolve) => {
+            this.loaded = resolve;
+        });
         const start = performance.now();
         await this.send('Page.navigate', {url: address});
         await loaded;
@@ -112,13 +128,18 @@ class Tab {
 
     // Until what was asked for is on the screen.
     settle() {
-        return this.run('new Promise((done) => requestAnimationFrame(() => ' +
-            'requestAnimationFrame(() => setTimeout(done, 0))))');
+        return this.run(
+            'new Promise((done) => requestAnimationFrame(() => ' +
+                'requestAnimationFrame(() => setTimeout(done, 0))))',
+        );
     }
 
     async run(expression) {
-        const {result, exceptionDetails} = await this.send('Runtime.evaluate',
-            {expression, awaitPromise: true, returnByValue: true});
+        const {result, exceptionDetails} = await this.send('Runtime.evaluate', {
+            expression,
+            awaitPromise: true,
+            returnByValue: true,
+        });
         if (exceptionDetails) {
             throw new Error(exceptionDetails.exception?.description ?? expression);
         }
@@ -131,8 +152,10 @@ class Tab {
     }
 
     texts(selector) {
-        return this.run(`[...document.querySelectorAll(${JSON.stringify(selector)})]` +
-            '.map((each) => each.textContent)');
+        return this.run(
+            `[...document.querySelectorAll(${JSON.stringify(selector)})]` +
+                '.map((each) => each.textContent)',
+        );
     }
 
     count(selector) {
@@ -156,19 +179,40 @@ class Tab {
     async drag([x, y], [toX, toY]) {
         const button = {button: 'left', clickCount: 1};
         await this.send('Input.dispatchMouseEvent', {type: 'mousePressed', x, y, ...button});
-        await this.send('Input.dispatchMouseEvent',
-            {type: 'mouseMoved', x: toX, y: toY, button: 'left', buttons: 1});
-        await this.send('Input.dispatchMouseEvent',
-            {type: 'mouseReleased', x: toX, y: toY, ...button});
+        await this.send('Input.dispatchMouseEvent', {
+            type: 'mouseMoved',
+            x: toX,
+            y: toY,
+            button: 'left',
+            buttons: 1,
+        });
+        await this.send('Input.dispatchMouseEvent', {
+            type: 'mouseReleased',
+            x: toX,
+            y: toY,
+            ...button,
+        });
         await this.settle();
     }
 
     async press(...keys) {
         for (const key of keys) {
-            const code = {Tab: 9, Enter: 13, Escape: 27, Home: 36, ArrowLeft: 37, ArrowUp: 38,
-                ArrowRight: 39, ArrowDown: 40}[key] ?? key.charCodeAt(0);
-            const event = {key, windowsVirtualKeyCode: code,
-                text: key === 'Enter' ? '\r' : key.length === 1 ? key : undefined};
+            const code =
+                {
+                    Tab: 9,
+                    Enter: 13,
+                    Escape: 27,
+                    Home: 36,
+                    ArrowLeft: 37,
+                    ArrowUp: 38,
+                    ArrowRight: 39,
+                    ArrowDown: 40,
+                }[key] ?? key.charCodeAt(0);
+            const event = {
+                key,
+                windowsVirtualKeyCode: code,
+                text: key === 'Enter' ? '\r' : key.length === 1 ? key : undefined,
+            };
             await this.send('Input.dispatchKeyEvent', {type: 'keyDown', ...event});
             await this.send('Input.dispatchKeyEvent', {type: 'keyUp', key});
         }
