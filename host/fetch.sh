@@ -1,6 +1,7 @@
 # Sourced by host/setup: what is fetched from the Debian mirrors that the machine is configured for.
-# Uses its begin, finish, logged, die, and the variables repo and cache.
-# shellcheck shell=bash disable=SC2154
+# Uses its begin, finish, logged, die, names_in, and the variables repo and cache.
+# It has set -e, so a failing cd ends it.
+# shellcheck shell=bash disable=SC2154,SC2164
 
 # What the guest loads, in loading order; kernels have some of them built in.
 readonly -a kernel_modules=(virtio_ring virtio virtio_pci_legacy_dev virtio_pci_modern_dev
@@ -31,6 +32,8 @@ copy_package_sources() {
     fi
 }
 
+# write_apt_configuration DIR ARCHITECTURE: for another one than the machine's own it has nothing
+# installed, so that whole closures are fetched and the machine's dpkg knows nothing of it.
 write_apt_configuration() {
     cat >"$1/apt.conf" <<END
 #clear APT::Update::Pre-Invoke;
@@ -44,18 +47,31 @@ Dir::Cache "$1/cache";
 APT::Sandbox::User "root";
 Acquire::Languages "none";
 END
+    if [[ $2 == "$(dpkg --print-architecture)" ]]; then return; fi
+    : >"$1/status"
+    cat >>"$1/apt.conf" <<END
+APT::Architecture "$2";
+#clear APT::Architectures;
+APT::Architectures { "$2"; };
+APT::Install-Recommends "false";
+Dir::State "$1";
+Dir::State::status "$1/status";
+END
 }
 
-# Sets apt_conf; done once per run, and only when something has to be fetched.
+# prepare_fetching [ARCHITECTURE]: sets apt_conf; done once per run and architecture, and only when
+# something has to be fetched.
 apt_conf=
+declare -A apt_confs=()
 prepare_fetching() {
+    local arch=${1:-amd64} dir
+    apt_conf=${apt_confs[$arch]:-}
     if [[ -n $apt_conf ]]; then return; fi
-    local dir
     dir=$(mktemp -d "$cache/tmp.apt.XXXXXX")
-    begin 'package index of the configured mirrors'
+    begin "package index of the configured mirrors, $arch"
     copy_package_sources "$dir/sources"
     mkdir -p "$dir/lists/partial" "$dir/cache/archives/partial"
-    write_apt_configuration "$dir"
+    write_apt_configuration "$dir" "$arch"
     # A third-party source without a source index makes this fail; the downloads tell what matters.
     apt-get -c "$dir/apt.conf" update >"$cache/index.log" 2>&1 || true
     if [[ -z $(find "$dir/lists" -name '*_Packages*' -print -quit) ]]; then
@@ -64,6 +80,7 @@ prepare_fetching() {
             "/etc/apt names reachable? The whole output is in $cache/index.log"
     fi
     apt_conf=$dir/apt.conf
+    apt_confs[$arch]=$apt_conf
     finish 'fetched'
 }
 
@@ -113,11 +130,12 @@ newest_kernel() {
     apt-cache -c "$apt_conf" search --names-only "$1" | cut -d' ' -f1 | sort -V | tail -n 1
 }
 
-# fetch_kernel LINE REGEX: kernels/LINE holds vmlinuz, the modules the guest needs, and version.
+# fetch_kernel LINE REGEX [ARCHITECTURE]: kernels/LINE holds vmlinuz, the modules the guest needs,
+# and version.
 fetch_kernel() {
     local target=$cache/kernels/$1 package tmp
     if is_fetched "$target" "${kernel_modules[@]}"; then return; fi
-    prepare_fetching
+    prepare_fetching "${3:-amd64}"
     begin "kernel $1"
     package=$(newest_kernel "$2")
     if [[ -z $package ]]; then
@@ -153,4 +171,57 @@ unpack_kernel() {
         if [[ ! -s $tmp/out/$name ]]; then die "$(basename "$tmp"/*.deb) holds no $name"; fi
     done
     printf '%s\n' "${kernel_modules[@]}" >"$tmp/out/wanted"
+}
+
+# fetch_root: root-arm64/root holds the packages of host/root-arm64.txt and all that they depend on,
+# unpacked but not configured. Beside it version lists them.
+fetch_root() {
+    local target=$cache/root-arm64 tmp archives
+    local -a packages
+    mapfile -t packages < <(names_in "$repo/host/root-arm64.txt")
+    if is_fetched "$target" "${packages[@]}"; then return; fi
+    prepare_fetching arm64
+    begin 'arm64 libraries and programs (100 MB)'
+    logged "$cache/root.log" apt-get -c "$apt_conf" install -y --download-only "${packages[@]}" ||
+        die "the arm64 packages could not be fetched; see $cache/index.log and $cache/root.log"
+    tmp=$(mktemp -d "$cache/tmp.root.XXXXXX")
+    archives=${apt_conf%/*}/cache/archives
+    unpack_root "$tmp/out/root" "$archives"
+    printf '%s\n' "${packages[@]}" >"$tmp/out/wanted"
+    (cd "$archives" && printf '%s\n' *.deb) >"$tmp/out/version"
+    rm -rf "$target"
+    mv "$tmp/out" "$target"
+    rm -rf "$tmp"
+    finish "$(wc -l <"$target/version") packages"
+}
+
+# unpack_root ROOT ARCHIVES: into a root with merged /usr, of which packages know nothing.
+unpack_root() {
+    local root=$1 archive name
+    mkdir -p "$root"/usr/{bin,sbin,lib}
+    for name in bin sbin lib; do ln -s "usr/$name" "$root/$name"; done
+    for archive in "$2"/*.deb; do
+        # shellcheck disable=SC2016 # the inner shell expands them
+        logged "$cache/root.log" bash -o pipefail -c 'dpkg-deb --fsys-tarfile "$1" |
+            tar -x --keep-directory-symlink --no-same-permissions -C "$2" \
+                --exclude="./usr/share/doc/*" --exclude="./usr/share/locale/*" \
+                --exclude="./usr/share/man/*"' unpack "$archive" "$root" ||
+            die "${archive##*/} could not be unpacked; is the disk full? See $cache/root.log"
+    done
+    adapt_root "$root"
+    for name in usr/bin/{bash,env,java} usr/lib/aarch64-linux-gnu/{libc.so,android/liblog.so}; do
+        if [[ ! -s $root/$name ]]; then die "the arm64 packages hold no $name"; fi
+    done
+}
+
+# What maintainer scripts would do, as far as it is needed, and what use as a sysroot asks for.
+adapt_root() {
+    local root=$1 link
+    ln -s mawk "$root/usr/bin/awk"
+    ln -s ../lib/jvm/java-17-openjdk-arm64/bin/java "$root/usr/bin/java"
+    # Programs that are emulated one by one would find these instead of the machine's own.
+    rm -rf "${root:?}"/{dev,proc,run,sys,tmp}
+    find "$root" -type l -lname '/*' | while read -r link; do
+        ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$root$(readlink "$link")")" "$link"
+    done
 }

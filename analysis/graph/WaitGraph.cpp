@@ -1,0 +1,196 @@
+#include "analysis/graph/WaitGraph.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "analysis/graph/FlatIndex.h"
+#include "analysis/graph/WaitCollector.h"
+#include "analysis/input/ThreadDumpReader.h"
+
+namespace stallscope {
+
+namespace {
+
+constexpr uint32_t kLooperWaits = 0x10;  // in the driver, waiting for work or for a reply
+
+// Files what was collected by thread and by pool.
+class Filer {
+  public:
+    Filer(const Snapshot& snapshot, const BinderLog& log, const CallTable& table,
+          Findings* findings)
+          : mSnapshot(snapshot), mLog(log), mTable(table), mFindings(findings) {}
+
+    void file(WaitCollector collected) {
+        fileThreads(collected.threads());
+        filePools(collected.pools());
+        fileWaits(collected.takeWaits());
+        fileStacks(collected.threads());
+        fileDumps(collected.threads());
+        for (Wait& each : mFindings->waits) {
+            each.isDoubtful = each.type == EdgeType::kLock && isDoubtful(each);
+        }
+    }
+
+  private:
+    void fileThreads(const FlatIndex& threads) {
+        const std::vector<uint64_t>& keys = threads.keys();
+        std::vector<int> order(keys.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::sort(order.begin(), order.end(), [&](int a, int b) { return keys[a] < keys[b]; });
+        mThread.resize(keys.size());
+        mFindings->threads.resize(keys.size());
+        for (size_t i = 0; i < order.size(); ++i) {
+            mThread[order[i]] = static_cast<int>(i);
+            ThreadNode& node = mFindings->threads[i];
+            node.id = idOfKey(keys[order[i]]);
+            node.process = mSnapshot.names.ofProcess(node.id.pid);
+            node.name = mSnapshot.names.ofThread(node.id);
+        }
+    }
+
+    void filePools(const std::vector<WaitCollector::RawPool>& pools) {
+        for (const WaitCollector::RawPool& each : pools) {
+            Pool& pool = mFindings->pools.emplace_back();
+            pool.pid = each.pid;
+            pool.context = mLog.contexts[each.context];
+            for (int member : each.members) {
+                pool.threads.push_back(mThread[member]);
+            }
+            std::sort(pool.threads.begin(), pool.threads.end());
+            auto end = std::unique(pool.threads.begin(), pool.threads.end());
+            pool.threads.erase(end, pool.threads.end());
+        }
+    }
+
+    void fileWaits(std::vector<Wait> waits) {
+        for (Wait& each : waits) {
+            each.thread = mThread[each.thread];
+            each.target = each.target == kNone ? kNone : mThread[each.target];
+        }
+        std::stable_sort(waits.begin(), waits.end(),
+                         [](const Wait& a, const Wait& b) { return a.thread < b.thread; });
+        mFindings->waits.reserve(waits.size());
+        for (const Wait& each : waits) {
+            IndexRange& range = mFindings->threads[each.thread].waits;
+            if (range.empty()) {
+                range.begin = range.end = static_cast<uint32_t>(mFindings->waits.size());
+            }
+            if (!isKnown(each, range)) {
+                mFindings->waits.push_back(each);
+                ++range.end;
+            }
+        }
+    }
+
+    // Several dumps of one process may tell of the same lock.
+    bool isKnown(const Wait& wait, IndexRange range) const {
+        auto begin = mFindings->waits.begin() + range.begin;
+        return std::any_of(begin, begin + range.size(), [&wait](const Wait& each) {
+            return each.type == wait.type && each.target == wait.target && each.pool == wait.pool &&
+                   each.call == wait.call;
+        });
+    }
+
+    void fileStacks(const FlatIndex& threads) {
+        std::vector<int> nodes;
+        nodes.reserve(mLog.threads.size());
+        for (const BinderThread& each : mLog.threads) {
+            int number = threads.find(keyOf(mLog.idOf(each)));
+            nodes.push_back(number == kNone ? kNone : mThread[number]);
+            if (number != kNone) {
+                ++mFindings->threads[nodes.back()].stacks.end;
+            }
+        }
+        uint32_t next = 0;
+        for (ThreadNode& each : mFindings->threads) {
+            uint32_t count = each.stacks.end;
+            each.stacks = {next, next};
+            next += count;
+        }
+        mFindings->stacks.resize(next);
+        for (size_t i = 0; i < nodes.size(); ++i) {
+            if (nodes[i] != kNone) {
+                fileStack(static_cast<uint32_t>(i), &mFindings->threads[nodes[i]]);
+            }
+        }
+    }
+
+    void fileStack(uint32_t header, ThreadNode* node) {
+        mFindings->stacks[node->stacks.end++] = header;
+        const BinderThread& thread = mLog.threads[header];
+        if (waitingCallOf(mLog, thread) != nullptr) {
+            node->waitsInCall = true;
+        } else if (!thread.frames.empty() && node->serving == kNone &&
+                   mLog.frames[thread.frames.begin].kind == LineKind::kIncoming) {
+            node->serving = mTable.ofFrame[thread.frames.begin];
+        }
+    }
+
+    void fileDumps(const FlatIndex& threads) {
+        for (const ThreadDump& dump : mSnapshot.dumps) {
+            for (const DumpThread& thread : dump.threads) {
+                int number = threads.find(keyOf({dump.pid, thread.sysTid}));
+                if (number != kNone && thread.sysTid > 0) {
+                    fileDump(dump, thread, &mFindings->threads[mThread[number]]);
+                }
+            }
+        }
+    }
+
+    // One of the log's moment is better than another, and one that knows of locks than a native
+    // one.
+    static void fileDump(const ThreadDump& dump, const DumpThread& thread, ThreadNode* node) {
+        auto rank = [](const ThreadDump& each) {
+            return (each.isOfLogsMoment ? 2 : 0) + (each.flavour == DumpFlavour::kNative ? 0 : 1);
+        };
+        if (node->dumpSection == nullptr || rank(*node->dumpSection) < rank(dump)) {
+            node->dump = &thread;
+            node->dumpSection = &dump;
+        }
+    }
+
+    bool isDoubtful(const Wait& wait) const {
+        int target = wait.target;
+        return hasMovedOn(mFindings->threads[wait.thread], *wait.dump) ||
+               isIdle(mFindings->threads[target]);
+    }
+
+    // True when the thread is in the pool without work by one of its stacks: it runs no code then.
+    bool isIdle(const ThreadNode& node) const {
+        for (uint32_t i = node.stacks.begin; i < node.stacks.end; ++i) {
+            const BinderThread& thread = mLog.threads[mFindings->stacks[i]];
+            if (thread.frames.empty() && (thread.looper & kLooperWaits) != 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // True when the thread has no work by the log, or took it up after the dump.
+    bool hasMovedOn(const ThreadNode& node, const ThreadDump& dump) const {
+        if (isIdle(node)) {
+            return true;
+        }
+        if (node.serving == kNone || !dump.moment || !mSnapshot.logMoment) {
+            return false;
+        }
+        int64_t timeMs = mFindings->calls[node.serving].timeMs;
+        return timeMs != kNoTime &&
+               timeMs < secondsBetween(*dump.moment, *mSnapshot.logMoment) * 1000;
+    }
+
+    const Snapshot& mSnapshot;
+    const BinderLog& mLog;
+    const CallTable& mTable;
+    Findings* mFindings;
+    std::vector<int> mThread;  // the place in Findings::threads of each collected one
+};
+
+}  // namespace
+
+void buildWaitGraph(const Snapshot& snapshot, const BinderLog& log, const CallTable& table,
+                    Findings* findings) {
+    Filer(snapshot, log, table, findings).file(WaitCollector(snapshot, log, table));
+}
+
+}  // namespace stallscope
