@@ -13,7 +13,7 @@
 #include "benchmarks/LogGenerator.h"
 #include "benchmarks/ParseTables.h"
 #include "binderlog/BinderLogParser.h"
-#include "tests/fuzz/Transcription.h"
+#include "tests/support/ReferenceParser.h"
 
 // How fast a binder log is parsed, beside what it could cost, as Markdown. The format is that of
 // the kernel release in the environment; see KernelRelease.cpp.
@@ -69,10 +69,10 @@ void parse(const std::string& path) {
     benchmark::DoNotOptimize(parser);
 }
 
-void transcribe(const std::string& path, test::Transcription::Compile compile) {
-    test::Transcription transcription(supportNewBinderLogFormat, compile);
-    transcription.parse(path);
-    benchmark::DoNotOptimize(transcription);
+void transcribe(const std::string& path, test::ReferenceParser::Compile compile) {
+    test::ReferenceParser reference(supportNewBinderLogFormat, compile);
+    reference.parse(path);
+    benchmark::DoNotOptimize(reference);
 }
 
 void readLines(const std::string& path) {
@@ -146,7 +146,7 @@ void add(const char* name, void (*function)(State&), std::vector<int64_t> sizes)
 }
 
 void addAll() {
-    using Compile = test::Transcription::Compile;
+    using Compile = test::ReferenceParser::Compile;
     const std::vector<int64_t> sizes = {2'000, 20'000, 200'000, 2'000'000};
     add(
             "parse", [](State& state) { measure(state, generateLog, parse); }, sizes);

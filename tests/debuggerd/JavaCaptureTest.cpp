@@ -1,12 +1,14 @@
-#include <stdlib.h>
+#include <errno.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-#include "Target.h"
+#include "tests/debuggerd/Target.h"
 
+namespace android::test {
 namespace {
 
 constexpr DebuggerdDumpType kJava = kDebuggerdJavaBacktrace;
+constexpr char kNoAttach[] = "-XX:+DisableAttachMechanism";
 
 // Targets run in a folder of their own: a JVM and those who ask it leave files there.
 class JavaCapture : public testing::Test {
@@ -17,15 +19,16 @@ class JavaCapture : public testing::Test {
 
     // From now on this script is jattach.
     void setJattach(const std::string& script) const {
-        ASSERT_TRUE(android::base::WriteStringToFile("#!/bin/sh\n" + script, path("jattach")));
+        writeFile(path("jattach"), "#!/bin/sh\n" + script);
         chmod(path("jattach").c_str(), 0700);
         setenv("PATH", (path(":") + mPath).c_str(), 1);
     }
 
-    void lookLikeJvm(const char* library, bool takesSigquit) const {
+    void lookLikeJvm(const char* library, bool takesSigquit, const char* cmdline = "") const {
         signal(SIGQUIT, takesSigquit ? [](int) {} : SIG_DFL);
         int fd = open(path(library).c_str(), O_RDONLY | O_CREAT, 0600);
         mmap(nullptr, 1, PROT_READ, MAP_PRIVATE, fd, 0);
+        strcpy(program_invocation_name, cmdline);  // where the first argument is
         if (chdir(mFolder.path) == 0) {
             waitWithThreads(1);
         }
@@ -45,30 +48,36 @@ TEST_F(JavaCapture, JvmSurvivesItsStartAndPrintsItsThreads) {
         _exit(chdir(mFolder.path) || execlp("java", "java", SLEEPER_SOURCE, nullptr));
     });
     Capture dump;
-    for (int i = 0; i < 5000 && !dump.contains("State: BLOCKED (on object monitor)"); i++) {
+    for (int i = 0; i < 5000 && count(dump.text, "State: BLOCKED (on object monitor)") == 0; i++) {
         usleep(1000);
         dump = capture(jvm.pid(), kJava, 2);
         ASSERT_TRUE(jvm.runsOn()) << "killed after " << i;
     }
-    EXPECT_TRUE(dump.contains("\nCmd line: java ") && dump.contains("\nFull thread dump "));
-    EXPECT_TRUE(capture(jvm.pid()).contains("/libjvm.so ("));
+    EXPECT_EQ(2U, count(dump.text, "\nCmd line: java ") + count(dump.text, "\nFull thread dump "));
+    EXPECT_LT(0U, count(capture(jvm.pid()).text, "/libjvm.so ("));
 }
 
 TEST_F(JavaCapture, OnlyRunningJvmsThatTakeSigquitAreAsked) {
     setJattach("kill -QUIT $1; printf 'Connected to remote JVM\nJVM response code = 0\nthreads\n'");
-    const std::tuple<const char*, bool, int, bool> cases[] = {{"libjvm.so", true, SIGCONT, true},
-                                                              {"libjvm.so", false, SIGCONT, false},
-                                                              {"libjvm.so", true, SIGSTOP, false},
-                                                              {"libjava.so", true, SIGCONT, false}};
-    for (const auto& [library, takesSigquit, signal, isAsked] : cases) {
-        Target jvm([this, file = library, takes = takesSigquit] { lookLikeJvm(file, takes); });
+    const std::tuple<const char*, bool, const char*, int, bool> cases[] = {
+            {"libjvm.so", true, "", SIGCONT, true},
+            {"libjvm.so", false, "", SIGCONT, false},
+            {"libjvm.so", true, "", SIGSTOP, false},
+            {"libjvm.so", true, kNoAttach, SIGCONT, false},
+            {"libjava.so", true, "", SIGCONT, false}};
+    for (const auto& [library, takesSigquit, cmdline, signal, isAsked] : cases) {
+        Target jvm([this, file = library, takes = takesSigquit, name = cmdline] {
+            lookLikeJvm(file, takes, name);
+        });
         kill(jvm.pid(), signal);
-        ASSERT_TRUE(jvm.reachesState(signal == SIGSTOP ? "T" : "S"));
-        Capture dump = capture(jvm.pid(), kJava);
-        std::string end = "'\n\nthreads\n\n----- end " + std::to_string(jvm.pid()) + " -----\n";
-        EXPECT_EQ(isAsked, dump.contains(end)) << dump.text;
+        ASSERT_TRUE(jvm.reachesState(signal == SIGSTOP ? 'T' : 'S'));
+        const Capture dump = capture(jvm.pid(), kJava);
+        const std::string end =
+                "'\n\nthreads\n\n----- end " + std::to_string(jvm.pid()) + " -----\n";
+        EXPECT_EQ(isAsked, count(dump.text, end) == 1) << dump.text;
         EXPECT_NE(isAsked, dump.failedAtOnce());
-        EXPECT_TRUE(eventually([&] { return jvm.status("ShdPnd") == "0000000000000000"; }));
+        EXPECT_TRUE(
+                eventually([&] { return statusOf(jvm.pid(), "ShdPnd") == "0000000000000000"; }));
         kill(jvm.pid(), SIGCONT);
         EXPECT_TRUE(jvm.runsOn());
     }
@@ -76,16 +85,15 @@ TEST_F(JavaCapture, OnlyRunningJvmsThatTakeSigquitAreAsked) {
 
 TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
     Target jvm([this] { lookLikeJvm("libjvm.so", true); });
-    std::string pid = std::to_string(jvm.pid());
+    const std::string pid = std::to_string(jvm.pid());
     // The file by which it asks would make the next SIGQUIT an attempt to attach.
-    std::string request = path(".attach_pid" + pid);
+    const std::string request = path(".attach_pid" + pid);
     setJattach("touch " + request + "; printf 'Connected to remote JVM\nJVM response code = 1\n'");
     EXPECT_TRUE(capture(jvm.pid(), kJava).failedAtOnce());
     EXPECT_NE(0, access(request.c_str(), F_OK));
 
     setJattach("exec sleep 9999" + pid);
-    std::string find = "pgrep -fx 'sleep 9999" + pid + "' >/dev/null";
-    auto hangs = [&] { return system(find.c_str()) == 0; };
+    auto hangs = [&] { return !outputOf("pgrep -fx 'sleep 9999" + pid + "'").empty(); };
     EXPECT_TRUE(capture(jvm.pid(), kJava, 1).timedOutAfterASecond());
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
     {
@@ -96,3 +104,4 @@ TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
 }
 
 }  // namespace
+}  // namespace android::test

@@ -7,13 +7,14 @@
 #include <future>
 #include <regex>
 
-#include "Target.h"
+#include "tests/debuggerd/Target.h"
 
+namespace android::test {
 namespace {
 
 constexpr DebuggerdDumpType kNative = kDebuggerdNativeBacktrace;
 // A sanitizer adds threads that don't have it.
-constexpr char kWaitingFrame[] = "(waitForever(int)+";
+constexpr char kWaitingFrame[] = "waitForever(int)+";
 
 TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
     auto mainThreadExits = [] {
@@ -27,57 +28,88 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         }
     };
     // The number of threads that wait for certain: the one that is ready may not yet.
-    const std::tuple<int, std::string, std::function<void()>> shapes[] = {
-            {3000, "S", [] { waitWithThreads(3000); }},
-            {9, "T", [] { waitWithThreads(10); }},
-            {8, "Z", mainThreadExits},
-            {8, "S", threadsComeAndGo}};
+    const std::tuple<size_t, char, std::function<void()>> shapes[] = {
+            {1500, 'S', [] { waitWithThreads(1500); }},
+            {9, 'T', [] { waitWithThreads(10); }},
+            {8, 'Z', mainThreadExits},
+            {8, 'S', threadsComeAndGo}};
     for (const auto& [threads, state, body] : shapes) {
         Target target(body);
-        kill(target.pid(), state == "T" ? SIGSTOP : SIGCONT);
+        kill(target.pid(), state == 'T' ? SIGSTOP : SIGCONT);
         ASSERT_TRUE(target.reachesState(state));
-        std::string pid = std::to_string(target.pid());
-        std::regex start("^\n\n----- pid " + pid +
-                         " at [-0-9]{10} [:0-9]{8} -----\n"
-                         "Cmd line: .+\nABI: '.+'\n\n\".+\" sysTid=");
-        for (int round = 0; round < 3; round++) {
-            Capture dump = capture(target.pid());
+        const std::string pid = std::to_string(target.pid());
+        const std::regex start("^\n\n----- pid " + pid +
+                               " at [-0-9]{10} [:0-9]{8} -----\n"
+                               "Cmd line: .+\nABI: '.+'\n\n\".+\" sysTid=");
+        // At the same time: they wait for each other.
+        std::future<Capture> captures[3];
+        for (std::future<Capture>& each : captures) {
+            each = std::async(std::launch::async, [&] { return capture(target.pid()); });
+        }
+        for (std::future<Capture>& each : captures) {
+            const Capture dump = each.get();
             EXPECT_EQ(0, dump.result);
             EXPECT_TRUE(std::regex_search(dump.text.substr(0, 500), start)) << dump.text;
-            EXPECT_LE(threads, dump.count(kWaitingFrame));
+            EXPECT_LE(threads, count(dump.text, kWaitingFrame));
             EXPECT_EQ(dump.text.size(), dump.text.find("\n----- end ") + 18 + pid.size());
-            EXPECT_TRUE(target.reachesState(state));
-            EXPECT_EQ("0", target.status("TracerPid"));
         }
+        EXPECT_TRUE(target.reachesState(state));
+        EXPECT_EQ("0", target.tracer());
         kill(target.pid(), SIGCONT);
         EXPECT_TRUE(target.runsOn());
     }
 }
 
-TEST(NativeCapture, FramesHaveDemangledNamesAndThreadNamesCannotForgeLines) {
+// At different times of its capture; whichever it hits, there is a whole section or none.
+TEST(NativeCapture, ProcessThatExitsOrExecsMeanwhileEndsItsCapture) {
+    std::string exited, execed;
+    for (int delayUs : {0, 1000, 3000, 10'000, 30'000, 100'000}) {
+        Target target([] { waitWithThreads(50); });
+        auto dump = std::async(std::launch::async, [&] { return capture(target.pid()); });
+        usleep(delayUs);
+        kill(target.pid(), SIGKILL);
+        exited += dump.get().text;
+    }
     Target target([] {
-        pthread_setname_np(pthread_self(), "a\n----- end 1");
-        waitWithThreads(1);
+        Target::ready();
+        const char* const again = "exec sh -c \"$0\" \"$0\"";
+        execlp("sh", "sh", "-c", again, again, nullptr);
     });
-    ASSERT_TRUE(target.reachesState("S"));
-    Capture dump = capture(target.pid());
-    std::regex frames(
-            "\n\"a ----- end 1\" sysTid=[0-9]+\n"
-            "  #00 pc [0-9a-f]{16}  /.*/libc.so.6 \\(pause\\+[0-9]+\\)\n"
-            "(  #01 pc [0-9a-f]{16}  /.* \\(pause\\+[0-9]+\\)\n)?"  // of a sanitizer
-            "  #0[12] pc [0-9a-f]{16}  /.* \\(waitForever\\(int\\)\\+[0-9]+\\)\n"
-            "  #0[23] pc [0-9a-f]{16}  /.* \\(waitWithThreads\\(int\\)\\+[0-9]+\\)\n");
-    EXPECT_TRUE(std::regex_search(dump.text, frames)) << dump.text;
+    for (int i = 0; i < 8; ++i) {
+        execed += capture(target.pid(), kNative, 2).text;
+    }
+    for (const std::string& text : {exited, execed}) {
+        EXPECT_EQ(count(text, "----- pid "), count(text, "\n----- end "));
+        EXPECT_LT(0U, count(text, "----- pid ")) << "no capture got so far";
+    }
+    EXPECT_TRUE(target.runsOn());
 }
 
-TEST(NativeCapture, AnyThreadStandsForItsProcessTheCallersOwnIncluded) {
-    Capture dump = std::async(std::launch::async, [] { return capture(gettid()); }).get();
-    EXPECT_EQ(0, dump.result);
-    EXPECT_TRUE(dump.contains("----- pid " + std::to_string(getpid()) + " at "));
-    EXPECT_LE(2, dump.count("sysTid="));
+TEST(NativeCapture, FramesHaveDemangledNamesAndNamesCannotForgeLines) {
+    Target target([] {
+        pthread_setname_np(pthread_self(), "Tgid:\t1");
+        std::thread([] {
+            pthread_setname_np(pthread_self(), "a\n----- end 1");
+            waitWithThreads(1);
+        }).join();
+    });
+    ASSERT_TRUE(target.reachesState('S'));
+    const std::string text = capture(target.pid()).text, pid = std::to_string(target.pid());
+    const std::regex frame(
+            "\n  #0[0-9] pc [0-9a-f]{16}  /.* \\(android::test::waitForever\\(int\\)\\+");
+    EXPECT_TRUE(std::regex_search(text, frame)) << text;
+    EXPECT_EQ(1U, count(text, "\n\"a ----- end 1\" sysTid=")) << text;
+    EXPECT_EQ(1U, count(text, "----- pid " + pid + " at ")) << text;
+    EXPECT_EQ(1U, count(text, "\n\"Tgid: 1\" sysTid=" + pid)) << text;
 }
 
 TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
+    // Any thread stands for its process, the caller's own included.
+    const Capture own = std::async(std::launch::async, [] { return capture(gettid()); }).get();
+    EXPECT_EQ(0, own.result);
+    EXPECT_EQ(1U, count(own.text, "----- pid " + std::to_string(getpid()) + " at "));
+    EXPECT_LE(2U, count(own.text, "sysTid="));
+
     Target target([] { waitWithThreads(1); });
     EXPECT_EQ(0, capture(target.pid(), kNative, INT_MAX).result);
     for (int seconds : {0, -1, INT_MIN}) {
@@ -86,12 +118,12 @@ TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
     EXPECT_TRUE(capture(target.pid(), static_cast<DebuggerdDumpType>(3)).failedAtOnce());
     // One of another tracer stays traced.
     ASSERT_EQ(0, ptrace(PTRACE_SEIZE, target.pid(), nullptr, nullptr));
-    Capture traced = capture(target.pid());
+    const Capture traced = capture(target.pid());
     EXPECT_NE(0, traced.result);
-    EXPECT_FALSE(traced.contains(kWaitingFrame));
-    EXPECT_EQ(std::to_string(getpid()), target.status("TracerPid"));
+    EXPECT_EQ(0U, count(traced.text, kWaitingFrame));
+    EXPECT_EQ(std::to_string(getpid()), target.tracer());
     kill(target.pid(), SIGKILL);
-    EXPECT_TRUE(target.reachesState("Z"));
+    EXPECT_TRUE(target.reachesState('Z'));
     for (pid_t pid : {target.pid(), INT_MAX, 0, -1}) {
         EXPECT_TRUE(capture(pid).failedAtOnce()) << pid;
     }
@@ -111,41 +143,27 @@ TEST(NativeCapture, UninterruptibleThreadCostsTheTimeOutButNotTheOtherThreads) {
         }
         pause();
     });
-    ASSERT_TRUE(target.reachesState("D"));
-    Capture late = capture(target.pid(), kNative, 1);
+    ASSERT_TRUE(target.reachesState('D'));
+    const Capture late = capture(target.pid(), kNative, 1);
     EXPECT_TRUE(late.timedOutAfterASecond());
-    EXPECT_EQ(10, late.count(kWaitingFrame)) << late.text;
-    EXPECT_EQ(1, late.count("  (did not stop in time; wait channel: ")) << late.text;
+    EXPECT_EQ(10U, count(late.text, kWaitingFrame)) << late.text;
+    EXPECT_EQ(1U, count(late.text, "  (did not stop in time; wait channel: ")) << late.text;
     EXPECT_TRUE(target.runsOn());
 
     // A capture process that waits ends with its caller.
     pid_t tracer = 0;
     {
         Target caller = callerFor(target.pid());
-        eventually([&] { return (tracer = std::stoi(target.status("TracerPid"))) != 0; });
+        eventually([&] { return (tracer = std::stoi(target.tracer())) != 0; });
     }
     EXPECT_NE(0, tracer);
     EXPECT_TRUE(eventually([&] { return kill(tracer, 0) != 0; }));
     EXPECT_TRUE(target.runsOn());
 
     EXPECT_EQ(1, write(ends[1], "g", 1));
-    Capture whole = capture(target.pid());
+    const Capture whole = capture(target.pid());
     EXPECT_EQ(0, whole.result);
-    EXPECT_EQ(10, whole.count(kWaitingFrame));
-}
-
-TEST(NativeCapture, CapturesOfOneProcessAtTheSameTimeAllSucceed) {
-    Target target([] { waitWithThreads(100); });
-    std::future<Capture> captures[6];
-    for (std::future<Capture>& each : captures) {
-        each = std::async(std::launch::async, [&] { return capture(target.pid()); });
-    }
-    for (std::future<Capture>& each : captures) {
-        Capture dump = each.get();
-        EXPECT_EQ(0, dump.result);
-        EXPECT_EQ(100, dump.count(kWaitingFrame));
-    }
-    EXPECT_TRUE(target.runsOn());
+    EXPECT_EQ(10U, count(whole.text, kWaitingFrame));
 }
 
 int sSignalPipe[2];
@@ -164,7 +182,7 @@ TEST(NativeCapture, SignalsAreObeyedAlsoWhenTheCallerIsKilled) {
             EXPECT_EQ(0, capture(target.pid()).result);
             // This one dies at the worst time: while its target is being held.
             Target caller = callerFor(target.pid());
-            while (target.status("TracerPid") == "0") {
+            while (target.tracer() == "0") {
             }
         }
     });
@@ -174,9 +192,9 @@ TEST(NativeCapture, SignalsAreObeyedAlsoWhenTheCallerIsKilled) {
         usleep(100);
         if (sent % 500 == 0) {
             kill(target.pid(), SIGSTOP);
-            EXPECT_TRUE(target.reachesState("T"));  // stops of the tracer look like 't'
+            EXPECT_TRUE(target.reachesState('T'));
             kill(target.pid(), SIGCONT);
-            EXPECT_TRUE(target.reachesState("S"));
+            EXPECT_TRUE(target.reachesState('S'));
         }
     }
     done = true;
@@ -206,39 +224,53 @@ TEST_F(CaptureOutput, AnyDescriptorStaysOpenAndAppends) {
         auto dumpToNumber = [&] {
             signal(SIGCHLD, SIG_IGN);  // as a caller may
             dup3(mFile.fd, number, O_CLOEXEC);
-            int result = dump(number);
+            const int result = dump(number);
             _exit(result + (fcntl(number, F_GETFD) == FD_CLOEXEC ? 0 : 100));
         };
         EXPECT_EXIT(dumpToNumber(), testing::ExitedWithCode(0), "") << number;
     }
     EXPECT_EQ(5, write(mFile.fd, "after", 5));
-    Capture file;
-    ASSERT_TRUE(android::base::ReadFileToString(mFile.path, &file.text));
-    EXPECT_EQ(0u, file.text.find("before\n\n----- pid "));
-    EXPECT_EQ(2, file.count("-----\n\n\n----- pid "));
-    EXPECT_EQ(file.text.size() - 11, file.text.rfind("-----\nafter"));
+    const std::string text = readFile(mFile.path);
+    EXPECT_EQ(0U, text.find("before\n\n----- pid "));
+    EXPECT_EQ(2U, count(text, "-----\n\n\n----- pid "));
+    EXPECT_EQ(text.size() - 11, text.rfind("-----\nafter"));
 }
 
 TEST_F(CaptureOutput, FailedWritesFailTheCaptureAndNotTheCaller) {
     ASSERT_EQ(0, pipe(mPipe));
     close(mPipe[0]);
-    rlimit before;
-    getrlimit(RLIMIT_FSIZE, &before);
-    rlimit small = {1000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_NE(0, dump(mFile.fd));
-    setrlimit(RLIMIT_FSIZE, &before);
     for (int fd : {open("/dev/full", O_WRONLY), open(mFile.path, O_RDONLY), mPipe[1], -1}) {
         EXPECT_NE(0, dump(fd)) << fd;
     }
+    // The only write is cut short, without a next one to fail.
+    Target small([] { waitWithThreads(1); });
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {100, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_NE(0, dump_backtrace_to_file_timeout(small.pid(), kNative, 10, mFile.fd));
+    setrlimit(RLIMIT_FSIZE, &before);
 }
 
-TEST_F(CaptureOutput, FullPipeCostsNoMoreThanTheTimeOut) {
+TEST_F(CaptureOutput, FullPipeCostsNoMoreThanTheTimeOutAndLeavesNobodyBehind) {
     for (int flags : {0, O_NONBLOCK}) {
         ASSERT_EQ(0, pipe2(mPipe, flags));
         fcntl(mPipe[1], F_SETPIPE_SZ, 4096);
         EXPECT_NE(0, dump(mPipe[1], 1));
+        const std::string find = "pgrep -P " + std::to_string(getpid()) + " debuggerd_capt";
+        EXPECT_TRUE(eventually([&] { return outputOf(find).empty(); }, 5));
     }
+    // One that is read at last gets all of it.
+    close(mPipe[0]);
+    ASSERT_EQ(0, pipe2(mPipe, O_NONBLOCK));
+    std::future<std::string> reader = std::async(std::launch::async, [fd = mPipe[0]] {
+        usleep(100'000);
+        return readFile("/proc/self/fd/" + std::to_string(fd));
+    });
+    EXPECT_EQ(0, dump(mPipe[1]));
+    close(mPipe[1]);
+    EXPECT_EQ(200U, count(reader.get(), kWaitingFrame));
 }
 
 }  // namespace
+}  // namespace android::test

@@ -1,6 +1,7 @@
-// Processes to capture, and captures of them.
+#ifndef STALLSCOPE_TESTS_DEBUGGERD_TARGET_H
+#define STALLSCOPE_TESTS_DEBUGGERD_TARGET_H
 
-#pragma once
+// Processes to capture, and captures of them.
 
 #include <android-base/file.h>
 #include <debuggerd/client.h>
@@ -14,23 +15,11 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <thread>
 
-using Clock = std::chrono::steady_clock;
+#include "tests/support/TestSupport.h"
 
-// Waits ten seconds for it.
-inline bool eventually(const std::function<bool()>& condition) {
-    const auto end = Clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (Clock::now() > end) {
-            return false;
-        }
-        usleep(500);
-    }
-    return true;
-}
+namespace android::test {
 
 // A fork of the test that calls `body`, which has to call ready() and must not return. It ends with
 // the object, and with the test.
@@ -59,35 +48,28 @@ class Target {
     static void ready() { EXPECT_EQ(1, write(sReadyFd, "r", 1)); }
 
     pid_t pid() const { return mPid; }
-    // The first word of a field of its status file, such as "State" or "TracerPid".
-    std::string status(const std::string& field) const { return status(folder(), field); }
-    bool reachesState(const std::string& state) const {
-        return eventually([&] { return status("State") == state; });
+    // The first letter of its state; stops by a tracer are "t".
+    bool reachesState(char state) const {
+        return eventually([&] { return statusOf(mPid, "State")[0] == state; }, 10);
     }
+    std::string tracer() const { return statusOf(mPid, "TracerPid"); }
     // Whether it is untraced and every thread runs or sleeps, waiting a moment for that.
     bool runsOn() const {
-        return eventually([this] {
-            bool anyLives = false;
-            for (const auto& task : std::filesystem::directory_iterator(folder() + "/task")) {
-                std::string state = status(task.path(), "State");
-                if (state == "T" || state == "t" || status(task.path(), "TracerPid") > "0") {
-                    return false;
-                }
-                anyLives = anyLives || state == "R" || state == "S" || state == "D";
-            }
-            return anyLives;
-        });
+        return eventually([this] { return countThreads("tT") == 0 && countThreads("RSD") > 0; },
+                          10);
     }
 
   private:
-    static std::string status(const std::string& task, const std::string& field) {
-        std::ifstream status(task + "/status");
-        std::string word;
-        while (word != field + ":" && status >> word) {
+    int countThreads(const std::string& states) const {
+        int threads = 0;
+        for (const auto& task : std::filesystem::directory_iterator(procFile(mPid, "task"))) {
+            const pid_t tid = std::stoi(task.path().filename());
+            const std::string state =
+                    statusOf(tid, "TracerPid") > "0" ? "t" : statusOf(tid, "State");
+            threads += states.find(state[0]) != std::string::npos ? 1 : 0;
         }
-        return status >> word ? word : "";
+        return threads;
     }
-    std::string folder() const { return "/proc/" + std::to_string(mPid); }
 
     inline static int sReadyFd = -1;
     pid_t mPid;
@@ -95,14 +77,6 @@ class Target {
 
 // One call of the library with its output.
 struct Capture {
-    int count(const std::string& part) const {
-        int found = 0;
-        for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
-            found++;
-        }
-        return found;
-    }
-    bool contains(const std::string& part) const { return count(part) > 0; }
     // Without waiting for the time-out, which is longer even on a busy machine.
     bool failedAtOnce() const { return result != 0 && text.empty() && seconds < 5; }
     bool timedOutAfterASecond() const { return result != 0 && seconds > 0.8 && seconds < 5; }
@@ -114,12 +88,13 @@ struct Capture {
 
 inline Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace,
                        int seconds = 10) {
+    using Clock = std::chrono::steady_clock;
     TemporaryFile file;
     Capture capture;
-    auto start = Clock::now();
+    const Clock::time_point start = Clock::now();
     capture.result = dump_backtrace_to_file_timeout(pid, type, seconds, file.fd);
     capture.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    EXPECT_TRUE(android::base::ReadFileToString(file.path, &capture.text));
+    capture.text = readFile(file.path);
     return capture;
 }
 
@@ -155,3 +130,7 @@ inline __attribute__((noinline)) void waitWithThreads(int threads) {
     waitForever(0);
     asm volatile("");  // keeps the frame: the call above isn't the last thing
 }
+
+}  // namespace android::test
+
+#endif  // STALLSCOPE_TESTS_DEBUGGERD_TARGET_H

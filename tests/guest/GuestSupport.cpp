@@ -1,18 +1,17 @@
 #include "tests/guest/GuestSupport.h"
 
+#include <android-base/stringprintf.h>
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
-#include <sstream>
 
-#include "tests/guest/KernelCalls.h"
+#include "tests/support/ReferenceParser.h"
 
 namespace android::test {
 
@@ -27,6 +26,21 @@ struct SanitizerCheck : testing::Environment {
 };
 
 testing::Environment* const sSanitizerCheck = testing::AddGlobalTestEnvironment(new SanitizerCheck);
+
+// Up to the first `end`.
+std::string startOf(const std::string& file, char end) {
+    std::string text = "unknown";
+    std::ifstream stream(file, std::ios::binary);
+    if (stream.is_open()) {
+        std::getline(stream, text, end);
+    }
+    return text;
+}
+
+std::string named(pid_t pid, pid_t tid) {
+    return std::to_string(pid) + "(" + cmdlineOf(pid) + "):" + std::to_string(tid) + "(" +
+           startOf(procFile(tid, "comm"), '\n') + ")";
+}
 
 }  // namespace
 
@@ -43,7 +57,7 @@ sp<IStallscope> stallscope() {
 
 pid_t daemonPid() {
     for (const fs::directory_entry& entry : fs::directory_iterator("/proc")) {
-        pid_t pid = atoi(entry.path().filename().c_str());
+        const pid_t pid = atoi(entry.path().filename().c_str());
         if (pid > 0 && statusOf(pid, "Name") == "stallscope" && statusOf(pid, "State")[0] != 'Z') {
             return pid;
         }
@@ -51,9 +65,15 @@ pid_t daemonPid() {
     return 0;
 }
 
-void killDaemon() {
-    kill(daemonPid(), SIGKILL);
-    EXPECT_TRUE(eventually([] { return daemonPid() == 0; }));
+std::vector<int> exitsOfTheDaemon() {
+    std::vector<int> statuses;
+    for (const std::string& line : linesOf(readFile("/var/log/stallscope-init.log"))) {
+        if (int status = 0;
+            sscanf(line.c_str(), "stallscope exited with status %d", &status) == 1) {
+            statuses.push_back(status);
+        }
+    }
+    return statuses;
 }
 
 std::string outputOfTheDaemon() {
@@ -70,9 +90,7 @@ void expectNoSanitizerReport() {
 }
 
 Texts takeDaemonLog() {
-    static const std::regex other(
-            ". (0/(?!stallscope:).*|parse:\\d+: line: .*|parseTransaction.*)");
-    static const std::regex sourceLine("^(. (0/stallscope: )?[^: ]+):\\d+: ");
+    static const std::regex other(". (0/(?!stallscope:).*|parse: line: .*|parseTransaction.*)");
     static std::streamoff sTaken = 0;
     std::ifstream file(LOG_RECORD);
     file.seekg(sTaken);
@@ -80,15 +98,15 @@ Texts takeDaemonLog() {
     for (std::string line; std::getline(file, line);) {
         sTaken = file.tellg();
         if (!std::regex_match(line, other)) {
-            log.push_back(std::regex_replace(line, sourceLine, "$1: "));
+            log.push_back(line);
         }
     }
     return masked(log);
 }
 
 StagedHang::StagedHang(const std::string& shape) {
-    for (const std::string& line : linesOf(output(REPOSITORY "/host/staging/stage " + shape))) {
-        size_t equals = line.find('=');
+    for (const std::string& line : linesOf(outputOf(REPOSITORY "/host/staging/stage " + shape))) {
+        const size_t equals = line.find('=');
         pids[line.substr(0, equals)] = std::stoi(line.substr(equals + 1));
     }
     EXPECT_FALSE(pids.empty()) << "the shape " << shape << " is not in place";
@@ -107,64 +125,100 @@ Texts StagedHang::texts(Texts forms) const {
     return forms;
 }
 
-std::string output(const std::string& shellCommand) {
-    std::string text;
-    FILE* pipe = popen(shellCommand.c_str(), "r");
-    for (int c; (c = fgetc(pipe)) != EOF;) {
-        text += static_cast<char>(c);
-    }
-    pclose(pipe);
-    return text.substr(0, text.find_last_not_of('\n') + 1);
-}
-
 pid_t startInBackground(const std::string& shellCommand) {
-    return std::stoi(output("(exec " + shellCommand + ") </dev/null >/dev/null 2>&1 & echo $!"));
+    return std::stoi(outputOf("(exec " + shellCommand + ") </dev/null >/dev/null 2>&1 & echo $!"));
 }
 
-bool eventually(const std::function<bool()>& isTrue, int seconds) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-    while (!isTrue()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        usleep(5000);
+pid_t stageProcess(const std::string& knobs) {
+    return startInBackground("\"$STALLSCOPE_STAGE_BIN/stage_process\" " + knobs);
+}
+
+pid_t stageCrowd() {
+    const pid_t pid = stageProcess("--adj -1000 --idle-threads 40");
+    EXPECT_TRUE(eventually([&] {
+        return threadsIn(pid, "__do_sys_pause") == 41 &&
+               readFile(procFile(pid, "oom_score_adj")) == "-1000\n";
+    }));
+    return pid;
+}
+
+void killAndReap(pid_t pid) {
+    kill(pid, SIGKILL);
+    EXPECT_TRUE(eventually([&] { return !fs::exists(procFile(pid, "")); }));
+}
+
+size_t threadsIn(pid_t pid, const std::string& kernelFunction) {
+    size_t threads = 0;
+    std::error_code gone;
+    for (const auto& entry : fs::directory_iterator(procFile(pid, "task"), gone)) {
+        threads += readFile(entry.path() / "wchan").rfind(kernelFunction, 0) == 0 ? 1 : 0;
     }
-    return true;
+    return threads;
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+size_t countFds(pid_t pid) {
+    auto entries = fs::directory_iterator(procFile(pid, "fd"));
+    return std::distance(fs::begin(entries), fs::end(entries));
 }
 
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
+Calls callsOf(pid_t section, const std::string& type) {
+    ReferenceParser log(true);
+    EXPECT_TRUE(log.parse(kKernelLog));
+    const auto found = log.sections().find(section);
+    Calls calls;
+    for (const BinderTransaction& call : found == log.sections().end() ? Calls() : found->second) {
+        if (type.empty() || type == call.type) {
+            calls.push_back(call);
+        }
+    }
+    return calls;
 }
 
-Texts linesOf(const std::string& text) {
+Texts namedLines(const Calls& calls) {
     Texts lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
+    for (const BinderTransaction& call : calls) {
+        lines.push_back(call.type + " transaction from " + named(call.fromPid, call.fromTid) +
+                        " to " + named(call.toPid, call.toTid) +
+                        " elapsed: T s code: " + std::to_string(call.code));
     }
     return lines;
 }
 
-size_t count(const std::string& text, const std::string& part) {
-    size_t found = 0;
-    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) {
-        ++found;
+Texts plainLines(const Calls& calls) {
+    Texts lines;
+    for (const BinderTransaction& call : calls) {
+        lines.push_back(base::StringPrintf("%s from %d : %d to %d : %d elapsed: T s code: %d",
+                                           call.type.c_str(), call.fromPid, call.fromTid,
+                                           call.toPid, call.toTid, call.code));
     }
-    return found;
+    return lines;
 }
 
-std::string statusOf(pid_t pid, const std::string& field) {
-    for (const std::string& line : linesOf(readFile("/proc/" + std::to_string(pid) + "/status"))) {
-        if (line.rfind(field + ":\t", 0) == 0) {
-            return line.substr(field.size() + 2);
-        }
+Texts masked(Texts lines) {
+    static const std::regex elapsed(" elapsed: \\d+\\.\\d{6} s ");
+    for (std::string& line : lines) {
+        line = std::regex_replace(line, elapsed, " elapsed: T s ");
     }
-    return "";
+    return lines;
+}
+
+std::string cmdlineOf(pid_t pid) {
+    return startOf(procFile(pid, "cmdline"), '\0');
+}
+
+bool GuestTest::isDaemonIdle() {
+    const pid_t pid = daemonPid();
+    return std::to_string(threadsIn(pid, "binder_")) == statusOf(pid, "Threads");
+}
+
+void GuestTest::expectEverythingWorks() {
+    EXPECT_EQ(std::to_string(countFds(1) + 2), ask({"getFdSize", "1"}).result);
+    const std::string file = "/tmp/everything-works";
+    fs::remove(file);
+    const pid_t crowd = stageCrowd();
+    ask({"dumpTraceForPidWithTimeout", std::to_string(crowd), "20", file});
+    EXPECT_EQ(41U, count(readFile(file), "waitForTheEnd"));
+    killAndReap(crowd);
 }
 
 }  // namespace android::test

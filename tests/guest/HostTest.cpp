@@ -1,86 +1,96 @@
-// The daemon's life in the guest: how it starts, what it logs meanwhile, and how it ends.
+// The daemon's life in the guest: how it starts and ends, and that it is then started anew.
 
 #include <binder/IPCThreadState.h>
+#include <signal.h>
 
-#include "tests/guest/KernelCalls.h"
+#include "tests/guest/GuestSupport.h"
 
 namespace android::test {
 namespace {
 
 using testing::Contains;
+using testing::HasSubstr;
 using testing::Not;
 
-const std::string kStarted = "D 0/stallscope: main: StallScopeStarting endstallscope";
-const std::string kAnnouncement =
-        "D getThreadFullInfo: StallScopeService getThreadFullInfo pid: 4194304";
-const std::string kError = "E getBinderThreadFullInfo: No transactions found for pid 4194304";
+class HostTest : public GuestTest {
+  protected:
+    // `reason` is in what the daemon writes at its end.
+    void expectEnd(const std::string& reason, const std::function<void()>& cause) {
+        const pid_t former = daemonPid();
+        const size_t exits = exitsOfTheDaemon().size();
+        cause();
+        ASSERT_TRUE(eventually([&] { return exitsOfTheDaemon().size() > exits; }));
+        EXPECT_EQ(128 + SIGABRT, exitsOfTheDaemon().back());
+        EXPECT_THAT(outputOfTheDaemon(), HasSubstr(reason));
+        forgetOutputOfTheDaemon();
+        mDaemon = stallscope();
+        EXPECT_NE(former, daemonPid());
+        expectEverythingWorks();
+    }
+};
 
-Texts logOfACall(const sp<IStallscope>& daemon) {
-    takeDaemonLog();
-    Texts lists[3];
-    EXPECT_TRUE(daemon->getThreadFullInfo(kNobody, &lists[0], &lists[1], &lists[2]).isOk());
-    return takeDaemonLog();
+TEST_F(HostTest, DebugSwitchIsASystemPropertyReadAtTheStart) {
+    const std::string started = "D 0/stallscope: main: StallScopeStarting endstallscope";
+    EXPECT_THAT(takeDaemonLog(), Not(Contains(started)));
+    EXPECT_EQ("", outputOf(REPOSITORY "/host/guest/setprop "
+                                      "persist.sys.stability.stallscope.debug.enable TRUE 2>&1"));
+    kill(daemonPid(), SIGKILL);
+    EXPECT_TRUE(eventually([] { return daemonPid() == 0; }));
+    mDaemon = stallscope();
+    EXPECT_THAT(takeDaemonLog(), Contains(started));
 }
 
-TEST(HostTest, DebugSwitchIsReadWhenTheDaemonStarts) {
-    EXPECT_EQ(0, daemonPid());
-    sp<IStallscope> daemon = stallscope();
-    EXPECT_NE(0, daemonPid());
-    EXPECT_THAT(takeDaemonLog(), Not(Contains(kStarted)));
-    EXPECT_EQ("", output(REPOSITORY "/host/guest/setprop "
-                                    "persist.sys.stability.stallscope.debug.enable TRUE 2>&1"));
-    EXPECT_EQ(Texts{kError}, logOfACall(daemon));
-
-    killDaemon();
-    daemon = stallscope();
-    EXPECT_THAT(takeDaemonLog(), Contains(kStarted));
-    EXPECT_EQ((Texts{kAnnouncement, kError}), logOfACall(daemon));
-}
-
-TEST(HostTest, DaemonIsStoppedWithoutClientsAndStartedForTheNext) {
-    sp<IStallscope> daemon = stallscope();
-    pid_t former = daemonPid();
-    daemon = nullptr;
+TEST_F(HostTest, DaemonIsStoppedWithoutClientsAndStartedForTheNext) {
+    const pid_t former = daemonPid();
+    mDaemon = nullptr;
     IPCThreadState::self()->flushCommands();  // otherwise the driver hears of it much later
     EXPECT_TRUE(eventually([] { return daemonPid() == 0; }));
-
-    int sizes[2] = {};
-    daemon = stallscope();
+    mDaemon = stallscope();
     EXPECT_NE(former, daemonPid());
-    EXPECT_TRUE(daemon->getFdSize(1, &sizes[0]).isOk());
-    EXPECT_TRUE(daemon->getFdSize(kNobody, &sizes[1]).isOk());
-    EXPECT_LT(2, sizes[0]);
-    EXPECT_EQ(-1, sizes[1]);
+    EXPECT_EQ("-1", ask({"getFdSize", std::to_string(kNobody)}).result);
 }
 
-// Applications may not register services. This one may enter folders that are root's alone, since
-// the build may lie there.
-TEST(HostTest, FailedRegistrationEndsTheDaemonWithStatus255) {
-    sp<IStallscope> daemon = stallscope();
-    const std::string program = cmdlineOf(daemonPid());
-    takeDaemonLog();
-    EXPECT_EQ("255", output("cd / && setpriv --reuid=10000 --regid=10000 --clear-groups "
-                            "--inh-caps=+dac_override --ambient-caps=+dac_override "
-                            "env $STALLSCOPE_DAEMON_ENV '" +
-                            program + "' >&2; echo $?"));
-    EXPECT_THAT(takeDaemonLog(),
-                Contains("E 0/stallscope: main: Couldn't register stallscope binder service!"));
+// Whoever makes such a call ends the daemon again and again, even when it has ended itself: the
+// call stays in the log for as long as its receiver works on it.
+TEST_F(HostTest, HangingCallWithALargeCodeEndsTheDaemonOnEachReport) {
+    const pid_t receiver = stageProcess("--serve fault.receiver");
+    const pid_t caller = stageProcess("--main call:fault.receiver --code ffffffff");
+    EXPECT_TRUE(eventually([] { return count(readFile(kKernelLog), " code ffffffff ") > 0; }));
+    for (pid_t next : {caller, receiver}) {
+        expectEnd("what():  sto", [&] {
+            const Answer answer = callMethod(*mDaemon, {"getThreadFullInfo", "1"});
+            EXPECT_EQ(DEAD_OBJECT, answer.status.transactionError());
+        });
+        killAndReap(next);
+    }
 }
 
-// That kernel's lines lack the elapsed time: all that is known of a call is that there is one.
-TEST(OldKernelTest, CallsWithoutElapsedTimeAreReportedAsUnknown) {
-    StagedHang hang("system");
-    Texts lists[8];
-    bool isBlocked = true;
-    EXPECT_TRUE(stallscope()
-                        ->getTransaction(hang["APP"], &lists[0], &lists[1], &lists[2], &lists[3],
-                                         &lists[4], &lists[5], &lists[6], &lists[7], &isBlocked)
-                        .isOk());
-    EXPECT_EQ(Texts{"outgoing transaction from 0(unknown):0(unknown) to 0(unknown):0(unknown) "
-                    "elapsed: 0.000000 s code: 0"},
-              lists[0]);
-    EXPECT_EQ(Texts(), lists[1]);
-    EXPECT_FALSE(isBlocked);
+// Four bytes of a caller's: this libbinder has no other bound than memory.
+TEST_F(HostTest, ListLongerThanMemoryEndsTheDaemon) {
+    if (kIsSanitized) {
+        GTEST_SKIP() << "the sanitizer reports the allocation";
+    }
+    Parcel data, reply;
+    data.writeInterfaceToken(IStallscope::descriptor);
+    data.writeInt32(1);
+    data.writeInt32(INT32_MAX);
+    expectEnd("std::bad_alloc", [&] {
+        EXPECT_EQ(DEAD_OBJECT, IInterface::asBinder(mDaemon)->transact(4, data, &reply));
+    });
+}
+
+// libbinder ends a daemon that loses its servicemanager: it frees the registrar's callback twice,
+// which a sanitizer reports.
+// The last test: this process has lost it as well, and only a new one can ask the new one.
+TEST_F(HostTest, RestartOfServicemanagerEndsTheDaemonUntilTheNextRequest) {
+    expectNoSanitizerReport();
+    const size_t exits = exitsOfTheDaemon().size();
+    EXPECT_EQ("", outputOf(REPOSITORY "/host/guest/restart-servicemanager 2>&1"));
+    EXPECT_TRUE(eventually([&] { return exitsOfTheDaemon().size() > exits; }));
+    EXPECT_NE(0, exitsOfTheDaemon().back());
+    forgetOutputOfTheDaemon();
+    EXPECT_THAT(outputOf(STALLSCOPECTL " fds 1"),
+                HasSubstr(std::to_string(countFds(1)) + " open descriptors"));
 }
 
 }  // namespace

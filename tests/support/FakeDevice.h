@@ -7,45 +7,32 @@
 #include <string>
 
 #include "binderlog/BinderLogParser.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/PlatformFakes.h"
 
 namespace android::test {
 
 // Fixture: a device whose processes, binder log and files are what the test declares. Starts each
-// test with no process, no log, an empty output folder and an empty captured log.
+// test in an empty folder of its own, with no process and no log; ends it when no thread works in
+// the background any more, and then nothing may be open that was not before.
 class FakeDevice : public testing::Test {
   protected:
     FakeDevice();
     ~FakeDevice() override;
 
-    // A path in the test's own folder; an absolute one stays as it is.
-    std::string path(const std::string& name) const { return mFolder / name; }
-    // Writes a file and makes its folders.
-    void write(const std::string& name, const std::string& content) const;
-    void link(const std::string& name, const std::string& target) const;
-    std::string read(const std::string& name) const;
+    // Process 41 is "p41" unless it is named, with a thread "t41"; `adj` is oom_score_adj's text.
+    static void addProcess(int pid, const std::string& adj, const std::string& cmdline = "");
+    // Makes the link's folder.
+    static void link(const std::string& path, const std::string& target);
+    // "(no such file)" instead of nothing.
+    static std::string read(const std::string& path);
+    static Texts namesIn(const std::string& folder);
 
-    // Process 41 is "p41" with a thread "t41"; `adj` is the text of oom_score_adj.
-    void addProcesses(std::initializer_list<int> pids, const std::string& adj) const;
+    static void awaitWorkers() { EXPECT_TRUE(eventually(isAllDone)); }
 
-    // The binder log as a parser; the test fails when it can't be parsed.
-    BinderLogParser parse(const std::string& content) const;
-
-  private:
-    std::filesystem::path mFolder;
+    const std::filesystem::path mFolder;
 };
 
-// A transaction of the binder log: its line in the new format, and the line of the reports when
-// each process and thread but 0 was added as above.
-struct Transaction {
-    std::string type;
-    int fromPid, fromTid, toPid, toTid, milliseconds;
-
-    std::string logged() const;
-    std::string reported() const;
-};
-
-// The log line of an outgoing transaction.
+// A line of the binder log in the new format, such as outgoing(10, 11, 20, 21, 2500).
 std::string outgoing(int fromPid, int fromTid, int toPid, int toTid, int milliseconds);
 
 }  // namespace android::test

@@ -16,9 +16,12 @@ TEST_F(ProcessAttributes, ReadsTheFirstElementLineOrNumber) {
             {"init second_stage\n", "init second_stage\n"},
             {std::string("\0x", 2), ""},
             {"", ""},
-            {longText, longText}};
+            {longText, longText},
+            // Read piece by piece.
+            {longText.substr(0, 1024) + '\0' + longText, longText.substr(0, 1024)},
+            {longText.substr(0, 1023) + '\0' + longText, longText.substr(0, 1023)}};
     for (const auto& [content, cmdline] : cmdlines) {
-        write("/proc/41/cmdline", content);
+        writeFile("/proc/41/cmdline", content);
         EXPECT_EQ(getProcessCmdline(41), cmdline);
     }
     const std::pair<const char*, const char*> comms[] = {{"binder:41_2\n", "binder:41_2"},
@@ -26,17 +29,19 @@ TEST_F(ProcessAttributes, ReadsTheFirstElementLineOrNumber) {
                                                          {"no end", "no end"},
                                                          {"", ""}};
     for (const auto& [content, comm] : comms) {
-        write("/proc/41/comm", content);
+        writeFile("/proc/41/comm", content);
         EXPECT_EQ(getProcessComm(41), comm);
     }
     const std::pair<const char*, int> adjs[] = {
-            {"-900\n", -900}, {" \n 15", 15}, {"+7", 7},    {"12 34", 12},          {"900abc", 900},
-            {"", -1000},      {"\n", -1000},  {"x", -1000}, {"2147483648", INT_MAX}};
+            {"-900\n", -900}, {" \n 15", 15},  {"+7", 7},
+            {"010", 10},      {"0x10", 0},     {"-2147483649", INT_MIN},
+            {"12 34", 12},    {"900abc", 900}, {"", -1000},
+            {"\n", -1000},    {"x", -1000},    {"2147483648", INT_MAX}};
     for (const auto& [content, adj] : adjs) {
-        write("/proc/41/oom_score_adj", content);
+        writeFile("/proc/41/oom_score_adj", content);
         EXPECT_EQ(getOomAdjOfPid(41), adj) << content;
     }
-    EXPECT_EQ(takeLog(), Texts{});
+    EXPECT_EQ(takeLog(), Texts());
 }
 
 TEST_F(ProcessAttributes, GivesDefaultsForAProcessThatHasGone) {

@@ -15,7 +15,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
+
+#include "tests/support/PlatformFakes.h"
+
+namespace android::test {
+int printStart();
+}
 
 namespace {
 
@@ -48,30 +53,28 @@ void unshareMounts() {
     mountAt("/proc", "", MS_REC | MS_PRIVATE);
 }
 
-// Keeps the few devices that tests use.
-void replaceDev() {
-    const std::string devices[] = {"/dev/null", "/dev/full", "/dev/urandom"};
-    std::vector<std::string> originals;
-    for (const std::string& device : devices) {
-        int fd = open(device.c_str(), O_PATH | O_CLOEXEC);
-        originals.push_back("/proc/self/fd/" + std::to_string(fd));
-    }
+// Keeps the one device that tests use, and puts the real /proc beside the tests' own.
+void replaceDevAndProc() {
+    const std::string null = "/proc/self/fd/" + std::to_string(open("/dev/null", O_PATH));
     mountAt("/dev", "tmpfs", 0);
-    for (size_t i = 0; i < originals.size(); ++i) {
-        std::ofstream(devices[i]).flush();
-        mountAt(devices[i], originals[i], MS_BIND);
-    }
+    std::ofstream("/dev/null").flush();
+    mountAt("/dev/null", null, MS_BIND);
     std::filesystem::create_directories("/dev/binderfs/binder_logs");
+    std::filesystem::create_directory(android::test::kRealProc);
+    mountAt(android::test::kRealProc, "/proc", MS_BIND | MS_REC);
+    mountAt("/proc", "tmpfs", 0);
 }
 
 }  // namespace
 
 // The mounts are made before any thread exists.
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == "start") {
+        return android::test::printStart();
+    }
     testing::InitGoogleTest(&argc, argv);
     unshareMounts();
-    replaceDev();
-    mountAt("/proc", "tmpfs", 0);
+    replaceDevAndProc();
     int result = RUN_ALL_TESTS();
     // The sanitizers want the real one at exit.
     umount2("/proc", MNT_DETACH);

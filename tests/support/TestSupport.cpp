@@ -1,0 +1,92 @@
+#include "tests/support/TestSupport.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace android::test {
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+    std::error_code isThere;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), isThere);
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+Texts linesOf(const std::string& text) {
+    Texts lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string unescape(const std::string& text) {
+    static const std::string kNames = "rnvft0s\\";
+    std::string result;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text.compare(i, 2, "\\x") == 0) {
+            result += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
+            i += 3;
+        } else {
+            bool isEscape = text[i] == '\\' && i + 1 < text.size();
+            result += isEscape ? "\r\n\v\f\t\0 \\"[kNames.find(text[++i])] : text[i];
+        }
+    }
+    return result;
+}
+
+size_t count(const std::string& text, const std::string& part) {
+    size_t found = 0;
+    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) {
+        ++found;
+    }
+    return found;
+}
+
+bool eventually(const std::function<bool()>& isTrue, int seconds) {
+    const time_t end = time(nullptr) + seconds;
+    while (!isTrue()) {
+        if (time(nullptr) > end) {
+            return false;
+        }
+        usleep(1000);
+    }
+    return true;
+}
+
+std::string outputOf(const std::string& shellCommand) {
+    std::string text;
+    FILE* pipe = popen(shellCommand.c_str(), "r");
+    for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe)) {
+        text += static_cast<char>(c);
+    }
+    pclose(pipe);
+    return text.substr(0, text.find_last_not_of('\n') + 1);
+}
+
+std::string procFile(pid_t pid, const std::string& name) {
+    return "/proc/" + std::to_string(pid) + "/" + name;
+}
+
+std::string statusOf(pid_t pid, const std::string& field) {
+    const std::string start = field + ":\t";
+    for (const std::string& line : linesOf(readFile(procFile(pid, "status")))) {
+        if (line.rfind(start, 0) == 0) {
+            return line.substr(start.size());
+        }
+    }
+    return "";
+}
+
+}  // namespace android::test
