@@ -1,28 +1,14 @@
-#pragma once
+#ifndef STALLSCOPE_CLIENT_ARGUMENTS_H
+#define STALLSCOPE_CLIENT_ARGUMENTS_H
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "client/Result.h"
+#include "client/Words.h"
+
 namespace android {
-
-/** The meaning is the same for every subcommand; scripts rely on the numbers. */
-enum ExitStatus : int {
-    kAnswered = 0,
-    kBlocked = 1,
-    kUsage = 2,
-    kNoService = 3,
-    kNoProcess = 4,
-    kFailed = 5,
-};
-
-/** How a step ended: an answer when error is empty, otherwise what went wrong and what to do. */
-struct Result {
-    ExitStatus status = kAnswered;
-    std::string error;
-
-    bool failed() const { return !error.empty(); }
-};
 
 struct Arguments {
     bool help = false;
@@ -43,39 +29,46 @@ struct Arguments {
     std::vector<std::string> names;
 };
 
+enum class Times { kOnce, kOnceOrMore, kAnyNumber };
+
 struct Operand {
-    const char* name;
-    const char* help;
-    Result (*store)(const std::string& word, Arguments* arguments);
+    const char* name = "";
+    Times times = Times::kOnce;
+    const char* help = "";
+    Result (*store)(const std::string& word, Arguments* arguments) = nullptr;
 };
 
-enum class OptionValue { kNone, kOptional, kRequired };
-
+// Sets flag, or reads a number of seconds; the number may be left out if there is one for that.
 struct Option {
-    const char* name;
-    OptionValue value;
-    const char* help;
-    bool Arguments::*flag;
-    int32_t Arguments::*seconds;
+    const char* name = "";
+    const char* help = "";
+    bool Arguments::*flag = nullptr;
+    int32_t Arguments::*seconds = nullptr;
+    int32_t withoutNumber = 0;
 };
 
-/** How a subcommand is called: operands such as "PID FILE [NAME...]" and the options it adds. */
+extern const Operand kPid, kAnrPid, kPids, kSeconds, kTag, kFile, kSubject, kNames;
+extern const Option kHelp, kJson, kForce, kWaitReply, kTimeout, kAsync, kNoBinderInfo, kWait;
+
+// What a subcommand takes: its operands in order, of which the last may repeat, and the options
+// that it adds to those of every subcommand.
 struct Syntax {
-    const char* operands;
-    const char* options;
+    std::vector<const Operand*> operands;
+    std::vector<const Option*> options;
 };
 
-/** The options of every subcommand, then those that syntax adds. */
+// The options of every subcommand, then those that syntax adds.
 std::vector<const Option*> optionsOf(const Syntax& syntax);
 
-/** The operands of syntax, without the marks for repetition. */
-std::vector<const Operand*> operandsOf(const Syntax& syntax);
+// The operand at place, counted from 0; null when there can't be as many.
+const Operand* operandAt(const Syntax& syntax, size_t place);
 
-/** "--wait[=S]" and the like. */
+// "--wait[=S]" and the like.
 std::string spellOption(const Option& option);
 
-/** Reads the words after the subcommand; stops early, successfully, at --help. */
-Result parseArguments(const Syntax& syntax, const std::vector<std::string>& words,
-                      Arguments* arguments);
+// Reads the words besides the subcommand; stops early, successfully, at --help.
+Result parseArguments(const Syntax& syntax, const std::vector<Word>& words, Arguments* arguments);
 
 }  // namespace android
+
+#endif  // STALLSCOPE_CLIENT_ARGUMENTS_H

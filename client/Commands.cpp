@@ -1,107 +1,89 @@
-#include "Commands.h"
+#include "client/Commands.h"
 
 #include <algorithm>
+
+#include "diagnostics/CaptureBounds.h"
 
 namespace android {
 
 namespace {
 
-constexpr const char* kExitStatuses =
-        "Exit status:\n"
-        "  0  answered; not blocked, where the answer has a verdict\n"
-        "  1  answered; blocked\n"
-        "  2  wrong arguments, nothing was asked\n"
-        "  3  the service does not answer\n"
-        "  4  no such process\n"
-        "  5  the daemon could not do it, or the call failed\n";
-
 const std::vector<Command> kCommands = {
         {"transaction",
-         {"PID", ""},
+         {{&kPid}, {}},
          FileUse::kNone,
          "Show on whom PID waits: its outgoing calls and those of the processes it calls.",
          "Blocked means that the main thread of PID has waited for more than 2 seconds in a call "
          "into a native process or the system server.",
          askTransaction},
         {"async",
-         {"ANR_PID PID", ""},
+         {{&kAnrPid, &kPid}, {}},
          FileUse::kNone,
          "Show the one-way calls from ANR_PID that still wait in PID's queue.",
          "Blocked means that such a call, made by ANR_PID's main thread, has waited for more than "
          "2 seconds.",
          askAsync},
         {"incoming",
-         {"PID", ""},
+         {{&kPid}, {}},
          FileUse::kNone,
          "Show who waits on PID: its incoming calls.",
          "The callers are sorted into Java and native processes; there is no verdict.",
          askIncoming},
         {"print",
-         {"PID TAG", ""},
+         {{&kPid, &kTag}, {}},
          FileUse::kNone,
          "Copy all of PID's transactions into the system log buffer under TAG.",
          "Read them there, for example with logcat -b system -s TAG.",
          askPrint},
         {"check",
-         {"PID SECONDS", ""},
+         {{&kPid, &kSeconds}, {}},
          FileUse::kNone,
          "Check whether PID's main thread has waited longer than SECONDS.",
          "Blocked means such a wait in a call into a native process or the system server.",
          askCheck},
         {"chain",
-         {"PID TAG", ""},
+         {{&kPid, &kTag}, {}},
          FileUse::kNone,
          "Show the processes that PID calls into, call by call, and log them under TAG.",
          "Of several processes with the same command line only the first is followed.",
          askChain},
         {"fds",
-         {"PID", ""},
+         {{&kPid}, {}},
          FileUse::kNone,
          "Count PID's open descriptors.",
          "The daemon also counts the entries . and .. of the directory; both numbers are shown.",
          askFds},
         {"list-fds",
-         {"FILE PID", ""},
+         {{&kFile, &kPid}, {}},
          FileUse::kReplace,
          "Write the list of PID's open descriptors to FILE, which is replaced.",
          "Descriptors that open or close meanwhile may be missing.",
          askListFds},
         {"dump",
-         {"PID FILE", "--timeout"},
+         {{&kPid, &kFile}, {&kTimeout}},
          FileUse::kCapture,
          "Append the stacks of PID to FILE.",
          "A Java process that gives no Java stacks in time is captured as a native one.",
          askDump},
         {"dump-list",
-         {"FILE SUBJECT PID...", "--async"},
+         {{&kFile, &kSubject, &kPids}, {&kAsync}},
          FileUse::kCapture,
          "Write SUBJECT and then the stacks of every PID to FILE, which is replaced.",
-         "All captures together get 20 seconds.",
+         "All captures together get " + std::to_string(kListTimeoutSecs) + " seconds.",
          askDumpList},
         {"dump-binder",
-         {"PID FILE [NAME...]", "--no-binder-info --wait"},
+         {{&kPid, &kFile, &kNames}, {&kNoBinderInfo, &kWait}},
          FileUse::kCaptureAndPrune,
          "Append PID's report of calls to FILE, then the stacks of its peers and of every NAME.",
-         "The stacks are captured in the background. FILE's directory is made if it is missing, "
-         "and in the end only its five newest files are kept.",
+         "The stacks are captured in the background, within " + std::to_string(kPeerTimeoutSecs) +
+                 " s for each peer and " + std::to_string(kNamedTimeoutSecs) +
+                 " s for each NAME. The daemon does not mark the end of its work, so " +
+                 std::to_string(kQuietTime.count()) +
+                 " seconds without growth count as the end. FILE's directory is made if it is "
+                 "missing, and in the end only its " +
+                 std::to_string(kKeptFiles) + " newest files are kept.",
          askDumpBinder},
 };
-
-std::string usageLine(const Command& command) {
-    return std::string(command.name) + " " + command.syntax.operands;
-}
-
-std::string column(const std::string& text, size_t width) {
-    return "  " + text + std::string(text.size() < width ? width - text.size() : 1, ' ');
-}
-
-std::string optionLines(const Syntax& syntax) {
-    std::string lines = "Options:\n";
-    for (const Option* option : optionsOf(syntax)) {
-        lines += column(spellOption(*option), 18) + option->help + "\n";
-    }
-    return lines;
-}
 
 }  // namespace
 
@@ -109,31 +91,22 @@ const std::vector<Command>& commands() {
     return kCommands;
 }
 
+std::vector<const Option*> allOptions() {
+    std::vector<const Option*> all = optionsOf({});
+    for (const Command& command : kCommands) {
+        for (const Option* option : command.syntax.options) {
+            if (std::find(all.begin(), all.end(), option) == all.end()) {
+                all.push_back(option);
+            }
+        }
+    }
+    return all;
+}
+
 const Command* findCommand(const std::string& name) {
     const auto it = std::find_if(kCommands.begin(), kCommands.end(),
                                  [&](const Command& command) { return name == command.name; });
     return it == kCommands.end() ? nullptr : &*it;
-}
-
-std::string overallHelp() {
-    std::string help =
-            "Usage: stallscopectl COMMAND [OPTION]... [ARGUMENT]...\n"
-            "Asks the StallScope daemon why a process hangs, and shows the answer.\n\n"
-            "Commands:\n";
-    for (const Command& command : kCommands) {
-        help += "  " + usageLine(command) + "\n      " + command.sentence + "\n";
-    }
-    return help + "\n" + optionLines({"", ""}) +
-           "\nMore about one of them: stallscopectl COMMAND --help\n\n" + kExitStatuses;
-}
-
-std::string commandHelp(const Command& command) {
-    std::string help = "Usage: stallscopectl " + usageLine(command) + " [OPTION]...\n" +
-                       command.sentence + "\n" + command.details + "\n\nArguments:\n";
-    for (const Operand* operand : operandsOf(command.syntax)) {
-        help += column(operand->name, 18) + operand->help + "\n";
-    }
-    return help + "\n" + optionLines(command.syntax) + "\n" + kExitStatuses;
 }
 
 Result checkArguments(const Command& command, Arguments* arguments) {

@@ -3,19 +3,15 @@
 #include <chrono>
 #include <thread>
 
-#include "Commands.h"
+#include "client/Commands.h"
 
 namespace android {
 
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kPollPause(200);
-
-// Each capture has a second, so a longer silence means that the job is over.
-constexpr milliseconds kQuietTime(3000);
+constexpr std::chrono::milliseconds kPollPause(200);
 
 constexpr const char* kWhereToLook = "; the daemon's log says why";
 
@@ -35,10 +31,8 @@ void reportFile(const Request& request, const std::string& what) {
                         " bytes)");
 }
 
-/**
- * For a job that goes on in the background. A daemon that was started on demand is stopped some
- * seconds after its last client has gone, and such a job with it.
- */
+// For a job that goes on in the background. A daemon that was started on demand is stopped some
+// seconds after its last client has gone, and such a job with it.
 void reportStarted(const Request& request, const char* precaution) {
     request.report->flag("started", true);
     request.report->say("Started; the daemon captures in the background into " +
@@ -54,7 +48,7 @@ void reportStarted(const Request& request, const char* precaution) {
 Result askFds(const Request& request) {
     const int32_t pid = request.arguments.pid;
     int32_t entries = -1;
-    const binder::Status status = request.service.getFdSize(pid, &entries);
+    const binder::Status status = request.service->getFdSize(pid, &entries);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -73,7 +67,7 @@ Result askFds(const Request& request) {
 
 Result askListFds(const Request& request) {
     const Arguments& arguments = request.arguments;
-    const binder::Status status = request.service.catchFdInfo(arguments.file, arguments.pid);
+    const binder::Status status = request.service->catchFdInfo(arguments.file, arguments.pid);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -87,7 +81,7 @@ Result askListFds(const Request& request) {
 Result askDump(const Request& request) {
     const Arguments& arguments = request.arguments;
     bool captured = false;
-    const binder::Status status = request.service.dumpTraceForPidWithTimeout(
+    const binder::Status status = request.service->dumpTraceForPidWithTimeout(
             arguments.pid, arguments.timeoutSecs, arguments.file, &captured);
     if (!status.isOk()) {
         return callFailed(status);
@@ -105,11 +99,10 @@ Result askDump(const Request& request) {
 
 Result askDumpList(const Request& request) {
     const Arguments& arguments = request.arguments;
-    IStallscope& service = request.service;
     const auto dump = arguments.async ? &IStallscope::dumpTraceForPidListAsync
                                       : &IStallscope::dumpTraceForPidList;
     const binder::Status status =
-            (service.*dump)(arguments.pids, arguments.subject, arguments.file);
+            (*request.service.*dump)(arguments.pids, arguments.subject, arguments.file);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -135,7 +128,7 @@ Result askDumpBinder(const Request& request) {
     for (const std::string& name : arguments.names) {
         names.emplace_back(name.c_str());
     }
-    const binder::Status status = request.service.dumpTraceWithBinderInfo(
+    const binder::Status status = request.service->dumpTraceWithBinderInfo(
             arguments.pid, !arguments.noBinderInfo, names, String16(arguments.file.c_str()));
     if (!status.isOk()) {
         return callFailed(status);
@@ -151,25 +144,21 @@ Result askDumpBinder(const Request& request) {
 Result followFile(const Request& request) {
     const std::string& file = request.arguments.file;
     const auto deadline = steady_clock::now() + std::chrono::seconds(request.arguments.waitSecs);
-    FileState last = request.before;
-    auto lastChange = steady_clock::now();
-    while (steady_clock::now() < deadline && steady_clock::now() - lastChange < kQuietTime) {
+    Growth growth(request.before, steady_clock::now());
+    bool quiet = false;
+    while (!quiet && steady_clock::now() < deadline) {
         std::this_thread::sleep_for(kPollPause);
-        const FileState now = FileState::of(file);
-        if (now != last) {
-            last = now;
-            lastChange = steady_clock::now();
-        }
+        quiet = growth.isOver(FileState::of(file), steady_clock::now());
     }
     if (!isWritten(request)) {
         return notWritten(file);
     }
-    const bool quiet = steady_clock::now() - lastChange >= kQuietTime;
-    request.report->number("size", last.size);
+    const off_t size = FileState::of(file).size;
+    request.report->number("size", size);
     request.report->flag("quiet", quiet);
     request.report->say((quiet ? "No longer growing, so probably done: "
                                : "Still growing at the end of the wait: ") +
-                        std::to_string(last.size) + " bytes");
+                        std::to_string(size) + " bytes");
     return {};
 }
 

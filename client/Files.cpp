@@ -1,12 +1,17 @@
-#include "Files.h"
+#include "client/Files.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+
+#include "diagnostics/CaptureBounds.h"
 
 namespace android {
 
@@ -14,12 +19,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The daemon keeps the five newest files, so a directory of its own never holds more.
-constexpr size_t kKeptFiles = 5;
-
 Result refuse(const std::string& path, const std::string& why) {
     return {kUsage, "cannot use " + path + ": " + why};
 }
+
+static_assert(kQuietTime > std::chrono::seconds(std::max(kPeerTimeoutSecs, kNamedTimeoutSecs)));
 
 size_t countRegularFiles(const std::string& directory) {
     size_t count = 0;
@@ -49,6 +53,7 @@ Result checkDirectory(const std::string& directory, FileUse use) {
 }
 
 Result checkPruning(const std::string& directory) {
+    // A directory that only such jobs write to never holds more.
     const size_t count = countRegularFiles(directory);
     if (count <= kKeptFiles) {
         return {};
@@ -88,25 +93,22 @@ std::string readStart(const std::string& path, char end) {
     return start;
 }
 
-/** The process that task belongs to, or 0 when that can't be read. */
+// The process that task belongs to, or 0 when that can't be read: "Tgid:\t1234" in its status. A
+// name in the line "Name:" may hold the same words, but not at the start of a line.
 int32_t threadGroupOf(int32_t task) {
     std::ifstream stream("/proc/" + std::to_string(task) + "/status");
-    for (std::string word; stream >> word;) {
-        if (word == "Tgid:") {
-            int32_t group = 0;
-            stream >> group;
-            return group;
+    int32_t group = 0;
+    for (std::string line; std::getline(stream, line);) {
+        if (sscanf(line.c_str(), "Tgid: %" SCNd32, &group) == 1) {
+            break;
         }
     }
-    return 0;
+    return group;
 }
 
 }  // namespace
 
 Result makeAbsolute(std::string* path) {
-    if (path->empty()) {
-        return {kUsage, "FILE is empty; name the file to write"};
-    }
     std::error_code error;
     const fs::path absolute = fs::absolute(*path, error);
     if (error) {
@@ -168,6 +170,14 @@ FileState FileState::of(const std::string& path) {
 bool FileState::operator==(const FileState& other) const {
     return exists == other.exists && inode == other.inode && size == other.size &&
            modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+}
+
+bool Growth::isOver(const FileState& state, Time now) {
+    if (state != mLast) {
+        mLast = state;
+        mLastChange = now;
+    }
+    return now - mLastChange >= kQuietTime;
 }
 
 }  // namespace android

@@ -1,8 +1,11 @@
-#include "Output.h"
+#include "client/Output.h"
+
+#include <json/json.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <locale>
 
 namespace android {
 
@@ -10,93 +13,88 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-/** Takes one character off the front of rest: its code point, or -1 and one byte if it is none. */
-int32_t takeCodePoint(std::string_view* rest, std::string_view* bytes) {
-    static constexpr int32_t kLowestOfLength[] = {0, 0, 0x80, 0x800, 0x10000};
-    const auto first = static_cast<unsigned char>((*rest)[0]);
-    const size_t length = first < 0x80             ? 1
-                          : (first & 0xE0) == 0xC0 ? 2
-                          : (first & 0xF0) == 0xE0 ? 3
-                          : (first & 0xF8) == 0xF0 ? 4
-                                                   : 0;
-    bool valid = length > 0 && length <= rest->size();
-    int32_t codePoint = length == 1 ? first : first & (0x7F >> length);
-    for (size_t i = 1; valid && i < length; i++) {
-        const auto next = static_cast<unsigned char>((*rest)[i]);
-        valid = (next & 0xC0) == 0x80;
-        codePoint = codePoint << 6 | (next & 0x3F);
-    }
-    const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-    valid = valid && codePoint >= kLowestOfLength[length] && codePoint <= 0x10FFFF && !surrogate;
-    *bytes = rest->substr(0, valid ? length : 1);
-    rest->remove_prefix(bytes->size());
-    return valid ? codePoint : -1;
+// The length of the character that text begins with, or 0 if its first byte is no UTF-8.
+size_t readCharacter(std::string_view text, char32_t* character) {
+    using Codec = std::codecvt<char32_t, char, std::mbstate_t>;
+    static const Codec& codec = std::use_facet<Codec>(std::locale::classic());
+    std::mbstate_t state{};
+    const char* rest = nullptr;
+    char32_t* end = character;
+    (void)codec.in(state, text.data(), text.data() + text.size(), rest, character, character + 1,
+                   end);
+    // libstdc++ 12 lets surrogates pass.
+    const bool valid = end != character && (*character < 0xD800 || *character > 0xDFFF);
+    return valid ? static_cast<size_t>(rest - text.data()) : 0;
 }
 
-/** C1 controls count as well: a terminal may obey them. */
-bool isControl(int32_t codePoint) {
-    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+// C1 controls count as well: a terminal may obey them.
+bool isControl(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
-std::string escape(std::string_view text, const char* controlFormat, std::string_view quoted) {
-    std::string escaped;
-    for (std::string_view bytes; !text.empty();) {
-        const int32_t codePoint = takeCodePoint(&text, &bytes);
-        if (codePoint < 0) {
-            escaped += kReplacement;
-        } else if (isControl(codePoint)) {
+std::string toUtf8(std::string_view text, bool escapeControls) {
+    std::string valid;
+    while (!text.empty()) {
+        char32_t character = 0;
+        const size_t length = readCharacter(text, &character);
+        if (length == 0) {
+            valid += kReplacement;
+        } else if (escapeControls && isControl(character)) {
             char code[8];
-            snprintf(code, sizeof(code), controlFormat, static_cast<unsigned>(codePoint));
-            escaped += code;
+            snprintf(code, sizeof(code), "\\x%02x", static_cast<unsigned>(character));
+            valid += code;
         } else {
-            escaped += quoted.find(bytes) != std::string_view::npos ? "\\" : "";
-            escaped += bytes;
+            valid += text.substr(0, length);
         }
+        text.remove_prefix(length == 0 ? 1 : length);
     }
-    return escaped;
+    return valid;
+}
+
+// jsoncpp takes any bytes for UTF-8, and in doing so swallows what stands behind a wrong one.
+Json::Value stringValue(std::string_view text) {
+    return {toUtf8(text, false)};
+}
+
+std::string toJson(const Json::Value& value) {
+    Json::StreamWriterBuilder writer;
+    writer["indentation"] = "";
+    return Json::writeString(writer, value);
 }
 
 }  // namespace
 
 bool isUtf8(std::string_view text) {
-    for (std::string_view bytes; !text.empty();) {
-        if (takeCodePoint(&text, &bytes) < 0) {
-            return false;
-        }
-    }
-    return true;
+    return toUtf8(text, false) == text;
 }
 
 std::string printable(std::string_view text) {
-    return escape(text, "\\x%02x", "");
-}
-
-std::string jsonString(std::string_view text) {
-    return "\"" + escape(text, "\\u%04x", "\"\\") + "\"";
+    return toUtf8(text, true);
 }
 
 void Report::string(const char* key, std::string_view value) {
-    member(key, jsonString(value));
+    member(key, toJson(stringValue(value)));
 }
 
 void Report::number(const char* key, int64_t value) {
-    member(key, std::to_string(value));
+    member(key, toJson(static_cast<Json::Int64>(value)));
 }
 
 void Report::flag(const char* key, bool value) {
-    member(key, value ? "true" : "false");
+    member(key, toJson(value));
 }
 
 void Report::list(const char* key, const std::vector<std::string>& values) {
-    std::string elements;
+    Json::Value array(Json::arrayValue);
     for (const std::string& value : values) {
-        elements += (elements.empty() ? "" : ",") + jsonString(value);
+        array.append(stringValue(value));
     }
-    member(key, "[" + elements + "]");
+    member(key, toJson(array));
 }
 
-void Report::member(const char* key, const std::string& value) {
-    mMembers += (mMembers.empty() ? "" : ",") + jsonString(key) + ":" + value;
+// A Json::Value of all members would sort them by key.
+void Report::member(const char* key, const std::string& json) {
+    mMembers += (mMembers.empty() ? "" : ",") + toJson(key) + ":" + json;
 }
 
 void Report::say(std::string_view line) {
@@ -111,22 +109,19 @@ void Report::say(const char* heading, const std::vector<std::string>& lines) {
     say("");
 }
 
+std::string errorJson(const Result& result) {
+    Report report;
+    report.string("error", result.error);
+    report.number("exitStatus", result.status);
+    return report.json();
+}
+
 Result printOut(const std::string& text) {
     const bool written = fwrite(text.data(), 1, text.size(), stdout) == text.size();
     if (written && fflush(stdout) == 0) {
         return {};
     }
     return {kFailed, std::string("cannot write the answer to standard output: ") + strerror(errno)};
-}
-
-void printError(const Result& result, bool json) {
-    fprintf(stderr, "stallscopectl: %s\n", result.error.c_str());
-    if (json) {
-        Report report;
-        report.string("error", result.error);
-        report.number("exitStatus", result.status);
-        (void)printOut(report.json());
-    }
 }
 
 }  // namespace android

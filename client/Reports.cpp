@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "Commands.h"
+#include "client/Commands.h"
 
 namespace android {
 
@@ -15,13 +15,13 @@ struct Pids {
     Strings pids = {};
 };
 
-/** The two verdicts in words. */
+// The two verdicts in words.
 struct Meaning {
     std::string blocked;
     std::string notBlocked;
 };
 
-/** What a report call fills in. Without a meaning the call gives no verdict. */
+// What a report call fills in. Without a meaning the call gives no verdict.
 struct Findings {
     std::string title = {};
     Meaning meaning = {};
@@ -32,12 +32,12 @@ struct Findings {
     bool blocked = false;
 };
 
-/** Two decimals are enough to read, and still show why 2.00 is not more than 2. */
+// Two decimals are enough to read, and still show why 2.00 is not more than 2.
 std::string shortSeconds(const std::string& text) {
     return text.substr(0, text.find('.') + 3) + " s";
 }
 
-/** The calls come depth first, so a caller is the latest callee of that pid still on the path. */
+// The calls come depth first, so a caller is the latest callee of that pid still on the path.
 Strings drawTree(const std::string& start, const Strings& senders, const Strings& receivers,
                  const Strings& cmdlines, const Strings& elapsed) {
     Strings tree;
@@ -127,7 +127,7 @@ Result askTransaction(const Request& request) {
     Report* report = request.report;
     Findings found{"On whom process " + describeProcess(pid) + " waits:", longWait(2)};
     Strings senderCmdlines, receiverCmdlines, elapsed, senderPids, receiverPids;
-    const binder::Status status = request.service.getTransaction(
+    const binder::Status status = request.service->getTransaction(
             pid, &found.lines, &found.peers[0].pids, &found.peers[1].pids, &senderCmdlines,
             &receiverCmdlines, &elapsed, &senderPids, &receiverPids, &found.blocked);
     found.tree = drawTree(std::to_string(pid), senderPids, receiverPids, receiverCmdlines, elapsed);
@@ -147,7 +147,7 @@ Result askAsync(const Request& request) {
                    {"one of them was sent by the sender's main thread and has waited for more than "
                     "2 s.",
                     "none of them was sent by the sender's main thread more than 2 s ago."}};
-    const binder::Status status = request.service.getAsyncTransaction(
+    const binder::Status status = request.service->getAsyncTransaction(
             arguments.anrPid, arguments.pid, &found.lines, &found.peers[0].pids,
             &found.peers[1].pids, &found.blocked);
     return show(status, found, request.report);
@@ -156,7 +156,7 @@ Result askAsync(const Request& request) {
 Result askIncoming(const Request& request) {
     const int32_t pid = request.arguments.pid;
     Findings found{"Who waits on process " + describeProcess(pid) + ":"};
-    const binder::Status status = request.service.getThreadFullInfo(
+    const binder::Status status = request.service->getThreadFullInfo(
             pid, &found.lines, &found.peers[0].pids, &found.peers[1].pids);
     return show(status, found, request.report);
 }
@@ -164,7 +164,7 @@ Result askIncoming(const Request& request) {
 Result askPrint(const Request& request) {
     const Arguments& arguments = request.arguments;
     const binder::Status status =
-            request.service.printfProcBinderInfo(arguments.pid, arguments.tag);
+            request.service->printfProcBinderInfo(arguments.pid, arguments.tag);
     if (!status.isOk()) {
         return callFailed(status);
     }
@@ -181,7 +181,7 @@ Result askCheck(const Request& request) {
                            " and of the processes it has long waited on:",
                    longWait(arguments.seconds)};
     found.peers = {{"visitedPids", "Processes waited on for longer:"}};
-    const binder::Status status = request.service.checkTransaction(
+    const binder::Status status = request.service->checkTransaction(
             arguments.pid, arguments.seconds, &found.lines, &found.peers[0].pids, &found.blocked);
     request.report->number("thresholdSecs", arguments.seconds);
     return show(status, found, request.report);
@@ -193,7 +193,7 @@ Result askChain(const Request& request) {
                    " onwards, also in the system log under the tag \"" + arguments.tag + "\":"};
     Strings peerCmdlines;
     found.peers = {{"peerPids", "Processes called:"}};
-    const binder::Status status = request.service.getTransactProc(
+    const binder::Status status = request.service->getTransactProc(
             arguments.pid, arguments.tag, &found.peers[0].pids, &peerCmdlines, &found.lines);
     request.report->list("peerCmdlines", peerCmdlines);
     return show(status, found, request.report);
