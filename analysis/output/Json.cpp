@@ -188,11 +188,11 @@ class Writer {
 
     void addEdges(const Wait& wait, ordered_json* edges) const {
         ordered_json json = describe(wait);
-        json["from"] = idOf(mFindings.threads[wait.thread].id);
+        json["from"] = describe(mFindings.threads[wait.thread]);
         size_t count = 0;
         const int* targets = mFindings.targetsOf(wait, &count);
         for (size_t i = 0; i < count; ++i) {
-            json["to"] = idOf(mFindings.threads[targets[i]].id);
+            json["to"] = describe(mFindings.threads[targets[i]]);
             edges->push_back(json);
         }
     }
