@@ -7,14 +7,19 @@ begin;
 create temporary table incoming (text text) on commit drop;
 \copy incoming from pstdin with (format csv, quote e'\x01', delimiter e'\x02')
 
--- jsonb takes no NUL, which a damaged log may hold.
+-- jsonb takes no NUL, which a damaged log may hold. Each line is parsed once: hence materialized.
 create temporary table fresh on commit drop as
-select distinct on (path) path[cardinality(path) - 1] as device,
-    path[cardinality(path) - 2] as release, path[cardinality(path)] as name, line
-from incoming,
-    lateral (select regexp_replace(text, '(?<!\\)((\\\\)*)\\u0000', '\1\\ufffd', 'g')::jsonb)
-        as parsed (line),
-    lateral (select string_to_array(line->>'file', '/')) as split (path);
+with parsed as materialized (
+    select (case when strpos(text, '\u0000') = 0 then text
+        else regexp_replace(text, '(?<!\\)((\\\\)*)\\u0000', '\1\\ufffd', 'g') end)::jsonb as line
+    from incoming
+), split as materialized (
+    select string_to_array(line->>'file', '/') as path, line from parsed
+)
+select distinct on (release, device, name) path[cardinality(path) - 2] as release,
+    path[cardinality(path) - 1] as device, path[cardinality(path)] as name, line
+from split
+order by release, device, name, path;
 
 do $$
 declare wrong text := (select line->>'file' from fresh
