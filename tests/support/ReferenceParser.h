@@ -13,8 +13,8 @@ inline constexpr const char* kPatterns[] = {
         R"(proc\s+(\d+))",
         R"(from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+)\s+code\s+(\d+).*?elapsed\s+(\d+)ms)",
         R"(from\s+(\d+):(\d+).*?to\s+(\d+):(\d+).*?code\s+(\w+).*?elapsed\s+(\d+)ms)",
-        R"(ZEVO\s+\w+\s+transaction:\s+from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+))"
-        R"(.*?code:\s*(\d+).*?duration:\s*([\d.]+)\s*s)",
+        (R"(ZEVO\s+\w+\s+transaction:\s+from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+))"
+         R"(.*?code:\s*(\d+).*?duration:\s*([\d.]+)\s*s)"),
         R"(from\s+(\d+):(\d+)\s+to\s+(\d+):(\d+).*?code\s+(\d+).*?duration\s+([\d.]+)\s*s)"};
 
 // The parser of the binder log written down step by step with std::regex: what the daemon's must
