@@ -32,6 +32,7 @@ class Counter {
             mProcessOf.push_back(static_cast<int>(mProcessMark.size()) - 1);
         }
         mProcessBase.resize(mProcessMark.size());
+        noteWaits();
     }
 
     // What waits for a pool is the same for all of its threads, and may be thousands: it is walked
@@ -67,12 +68,30 @@ class Counter {
     }
 
   private:
+    // The longest call that a thread itself waits in.
+    struct OwnCall {
+        int64_t timeMs = kNoTime;
+        int call = kNone;
+    };
+
+    // Once and in order, since walks come by a thread in any order and many times.
+    void noteWaits() {
+        mOwnCalls.resize(mFindings.threads.size());
+        for (const Wait& wait : mFindings.waits) {
+            mHasDoubts = mHasDoubts || wait.isDoubtful;
+            OwnCall& own = mOwnCalls[wait.thread];
+            if (wait.call != kNone && mFindings.calls[wait.call].timeMs > own.timeMs) {
+                own = {mFindings.calls[wait.call].timeMs, wait.call};
+            }
+        }
+    }
+
     void walk(Blocked* blocked) {
         while (!mOpen.empty()) {
             int vertex = mOpen.back();
             mOpen.pop_back();
             for (const Adjacency::Step& step : mBackward.from(vertex)) {
-                if (step.wait != kNone && mFindings.waits[step.wait].isDoubtful) {
+                if (mHasDoubts && step.wait != kNone && mFindings.waits[step.wait].isDoubtful) {
                     blocked->isProbable = true;
                 }
                 if (enter(step.vertex)) {
@@ -102,19 +121,17 @@ class Counter {
                     mIsBase ? mBaseNumber : mNumber;
             ++blocked->processes;
         }
-        IndexRange waits = mFindings.threads[thread].waits;
-        for (uint32_t i = waits.begin; i < waits.end; ++i) {
-            int call = mFindings.waits[i].call;
-            if (call != kNone && mFindings.calls[call].timeMs > blocked->longestMs) {
-                blocked->longestMs = mFindings.calls[call].timeMs;
-                blocked->longestCall = call;
-            }
+        if (mOwnCalls[thread].timeMs > blocked->longestMs) {
+            blocked->longestMs = mOwnCalls[thread].timeMs;
+            blocked->longestCall = mOwnCalls[thread].call;
         }
     }
 
     const Adjacency& mBackward;
     const Findings& mFindings;
     std::vector<int> mProcessOf;  // of each thread
+    std::vector<OwnCall> mOwnCalls;
+    bool mHasDoubts = false;
     std::vector<uint32_t> mVertexMark;
     std::vector<uint32_t> mVertexBase;
     std::vector<uint32_t> mProcessMark;

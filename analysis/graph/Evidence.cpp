@@ -95,13 +95,15 @@ std::vector<Place> Evidence::of(const Deadlock& deadlock) const {
 
 std::vector<Place> Evidence::of(const Chain& chain) const {
     Collector lines(*this);
-    for (int thread : chain.threads) {
+    int last = kNone;
+    for (int thread : mFindings.threadsOf(chain)) {
         const ThreadNode& node = mFindings.threads[thread];
         if (node.nextWait != kNone) {
             lines.addWait(mFindings.waits[node.nextWait]);
         }
+        last = thread;
     }
-    lines.addThread(mFindings.threads[chain.threads.back()]);
+    lines.addThread(mFindings.threads[last]);
     return lines.take();
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "analysis/graph/Adjacency.h"
-#include "analysis/graph/Ranking.h"
 
 namespace stallscope {
 
@@ -82,6 +81,19 @@ bool isShort(const Findings& findings, int end) {
     return blocker != kNone && findings.rootBlockers[blocker].isShort;
 }
 
+Chain chainFrom(const Findings& findings, int first) {
+    Chain chain;
+    chain.first = first;
+    chain.end = findings.threads[first].end;
+    int each = first;
+    for (; each != kNone && chain.length < Chain::kLongest;
+         each = findings.threads[each].nextThread) {
+        ++chain.length;
+    }
+    chain.isCut = each != kNone;
+    return chain;
+}
+
 // One from each thread of the process that waits, unless it is on another's.
 void findChains(int pid, Findings* findings) {
     findings->chains.clear();
@@ -92,11 +104,11 @@ void findChains(int pid, Findings* findings) {
             continue;
         }
         Chain chain = chainFrom(*findings, static_cast<int>(i));
-        for (int each : chain.threads) {
+        for (int each : findings->threadsOf(chain)) {
             isShown[each] = true;
         }
         if (chain.end != kNone && !isShort(*findings, chain.end)) {
-            findings->chains.push_back(std::move(chain));
+            findings->chains.push_back(chain);
         }
     }
 }

@@ -7,48 +7,77 @@ namespace stallscope {
 
 namespace {
 
-// Gives every thread that reaches an end the next step there. One end after another, so that a
-// thread with several keeps the one that stands first, each breadth first.
+// Finds for every thread the end that it reaches and the next step there. One end after another,
+// so that a thread with several keeps the one that stands first, each breadth first.
 class Router {
   public:
-    Router(const Adjacency& backward, Findings* findings)
-          : mBackward(backward), mFindings(findings), mIsVisited(backward.size()) {}
+    explicit Router(const Adjacency& backward) : mBackward(backward), mWays(backward.size()) {}
 
-    void route(int end, const std::vector<int>& vertices) {
-        mOpen.clear();
-        for (int vertex : vertices) {
-            mIsVisited[vertex] = true;
-            mFindings->threads[vertex].end = end;
-            mOpen.push_back(vertex);
+    // Adds a chain from each thread that leads to the end and that nobody waits for.
+    void route(int end, const int* vertices, size_t count, bool isReported,
+               std::vector<Chain>* chains) {
+        mOpen.assign(vertices, vertices + count);
+        for (int vertex : mOpen) {
+            mWays[vertex] = {kNone, kNone, end, 1};
         }
         for (size_t i = 0; i < mOpen.size(); ++i) {
             visitWaiters(mOpen[i], mOpen[i], end);
         }
-    }
-
-  private:
-    // `target` is the thread that is reached through `vertex`: itself, or one of a pool's.
-    void visitWaiters(int vertex, int target, int end) {
-        for (const Adjacency::Step& step : mBackward.from(vertex)) {
-            if (mIsVisited[step.vertex]) {
-                continue;
-            }
-            mIsVisited[step.vertex] = true;
-            if (mBackward.isPool(step.vertex)) {
-                visitWaiters(step.vertex, target, end);
-                continue;
-            }
-            ThreadNode& node = mFindings->threads[step.vertex];
-            node.nextWait = step.wait;
-            node.nextThread = target;
-            node.end = end;
-            mOpen.push_back(step.vertex);
+        if (isReported) {
+            addChains(chains);
         }
     }
 
+    void tell(std::vector<ThreadNode>* threads) const {
+        for (size_t i = 0; i < threads->size(); ++i) {
+            ThreadNode& node = (*threads)[i];
+            node.nextWait = mWays[i].nextWait;
+            node.nextThread = mWays[i].nextThread;
+            node.end = mWays[i].end;
+        }
+    }
+
+  private:
+    // Apart from the threads, which are too large to be visited in any order.
+    struct Way {
+        int nextWait = kNone;
+        int nextThread = kNone;
+        int end = kNone;
+        int length = 0;  // of the chain from here, in threads
+    };
+
+    // `target` is the thread that is reached through `vertex`: itself, or one of a pool's.
+    void visitWaiters(int vertex, int target, int end) {
+        for (const Adjacency::Step& step : mBackward.from(vertex)) {
+            Way& way = mWays[step.vertex];
+            if (way.end != kNone) {
+                continue;
+            }
+            way = {step.wait, target, end, mWays[target].length + 1};
+            if (mBackward.isPool(step.vertex)) {
+                visitWaiters(step.vertex, target, end);
+            } else {
+                mOpen.push_back(step.vertex);
+            }
+        }
+    }
+
+    void addChains(std::vector<Chain>* chains) const {
+        size_t begin = chains->size();
+        for (int each : mOpen) {
+            const Way& way = mWays[each];
+            if (way.length > 1 && mBackward.from(each).size() == 0) {
+                chains->push_back({each, way.end, std::min(way.length, Chain::kLongest),
+                                   way.length > Chain::kLongest});
+            }
+        }
+        std::sort(chains->begin() + begin, chains->end(), [](const Chain& a, const Chain& b) {
+            return std::tie(b.length, a.first) < std::tie(a.length, b.first);
+        });
+    }
+
     const Adjacency& mBackward;
-    Findings* mFindings;
-    std::vector<bool> mIsVisited;
+    std::vector<Way> mWays;  // by vertex
     std::vector<int> mOpen;
 };
 
@@ -78,43 +107,21 @@ void rankEnds(Findings* findings) {
     }
 }
 
-Chain chainFrom(const Findings& findings, int first) {
-    Chain chain;
-    chain.end = findings.threads[first].end;
-    for (int each = first; each != kNone; each = findings.threads[each].nextThread) {
-        if (chain.threads.size() == Chain::kLongest) {
-            chain.isCut = true;
-            break;
-        }
-        chain.threads.push_back(each);
-    }
-    return chain;
-}
-
 void findChains(const Adjacency& backward, Findings* findings) {
-    Router router(backward, findings);
+    Router router(backward);
     for (size_t i = 0; i < findings->ends.size(); ++i) {
         const End& end = findings->ends[i];
-        router.route(static_cast<int>(i),
-                     end.deadlock == kNone
-                             ? std::vector<int>{findings->rootBlockers[end.rootBlocker].thread}
-                             : findings->deadlocks[end.deadlock].members);
-    }
-    for (size_t i = 0; i < findings->threads.size(); ++i) {
-        int thread = static_cast<int>(i);
-        int end = findings->threads[i].end;
-        bool isFirst =
-                findings->threads[i].nextThread != kNone && backward.from(thread).size() == 0;
-        bool isShort = isFirst && findings->ends[end].rootBlocker != kNone &&
-                       findings->rootBlockers[findings->ends[end].rootBlocker].isShort;
-        if (isFirst && !isShort) {
-            findings->chains.push_back(chainFrom(*findings, thread));
+        if (end.deadlock == kNone) {
+            const RootBlocker& blocker = findings->rootBlockers[end.rootBlocker];
+            router.route(static_cast<int>(i), &blocker.thread, 1, !blocker.isShort,
+                         &findings->chains);
+        } else {
+            const std::vector<int>& members = findings->deadlocks[end.deadlock].members;
+            router.route(static_cast<int>(i), members.data(), members.size(), true,
+                         &findings->chains);
         }
     }
-    std::stable_sort(
-            findings->chains.begin(), findings->chains.end(), [](const Chain& a, const Chain& b) {
-                return a.end != b.end ? a.end < b.end : a.threads.size() > b.threads.size();
-            });
+    router.tell(&findings->threads);
 }
 
 }  // namespace stallscope

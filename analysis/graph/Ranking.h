@@ -13,9 +13,6 @@ void rankEnds(Findings* findings);
 // Gives each thread its end and the first step to it, and fills the chains. Needs the ends.
 void findChains(const Adjacency& backward, Findings* findings);
 
-// From a thread that waits to its end.
-Chain chainFrom(const Findings& findings, int first);
-
 }  // namespace stallscope
 
 #endif  // STALLSCOPE_ANALYSIS_GRAPH_RANKING_H

@@ -15,9 +15,13 @@ const TransactionLine* waitingCallOf(const BinderLog& log, const BinderThread& t
 }
 
 WaitCollector::WaitCollector(const Snapshot& snapshot, const BinderLog& log, const CallTable& table)
-      : mSnapshot(snapshot), mLog(log), mTable(table), mThreads(log.threads.size() / 2) {
-    for (const BinderThread& each : log.threads) {
-        addCallWait(each);
+      : mSnapshot(snapshot),
+        mLog(log),
+        mTable(table),
+        mThreads(log.threads.size() / 2),
+        mNumbers(log.threads.size(), kNone) {
+    for (uint32_t i = 0; i < log.threads.size(); ++i) {
+        addCallWait(i);
     }
     for (const ThreadDump& each : snapshot.dumps) {
         if (each.isOfLogsMoment) {
@@ -29,7 +33,8 @@ WaitCollector::WaitCollector(const Snapshot& snapshot, const BinderLog& log, con
     }
 }
 
-void WaitCollector::addCallWait(const BinderThread& thread) {
+void WaitCollector::addCallWait(uint32_t header) {
+    const BinderThread& thread = mLog.threads[header];
     const TransactionLine* call = waitingCallOf(mLog, thread);
     if (call == nullptr) {
         return;
@@ -43,7 +48,7 @@ void WaitCollector::addCallWait(const BinderThread& thread) {
     }
     uint32_t context = mLog.sections[thread.section].context;
     Wait wait;
-    wait.thread = numberOf(id);
+    wait.thread = mNumbers[header] = numberOf(id);
     wait.call = mTable.ofFrame[thread.frames.begin];
     if (call->to.tid > 0) {
         wait.target = numberOf(call->to);
@@ -54,6 +59,16 @@ void WaitCollector::addCallWait(const BinderThread& thread) {
     }
     wait.type = wait.pool == kNone ? EdgeType::kServed : EdgeType::kQueued;
     mWaits.push_back(wait);
+}
+
+std::vector<int> WaitCollector::numberHeaders() const {
+    std::vector<int> numbers = mNumbers;
+    for (size_t i = 0; i < numbers.size(); ++i) {
+        if (numbers[i] == kNone) {
+            numbers[i] = mThreads.find(keyOf(mLog.idOf(mLog.threads[i])));
+        }
+    }
+    return numbers;
 }
 
 void WaitCollector::findReceiver(const TransactionLine& call, uint32_t context, Wait* wait) {

@@ -30,9 +30,11 @@ class WaitCollector {
     const FlatIndex& threads() const { return mThreads; }
     const std::vector<RawPool>& pools() const { return mPools; }
     std::vector<Wait> takeWaits() { return std::move(mWaits); }
+    // The number of the thread of each of BinderLog::threads; kNone when it has none.
+    std::vector<int> numberHeaders() const;
 
   private:
-    void addCallWait(const BinderThread& thread);
+    void addCallWait(uint32_t header);
     void findReceiver(const TransactionLine& call, uint32_t context, Wait* wait);
     void addLockWaits(const ThreadDump& dump);
     void fillPools();
@@ -49,6 +51,7 @@ class WaitCollector {
     FlatIndex mPoolKeys;
     std::vector<RawPool> mPools;
     std::vector<Wait> mWaits;
+    std::vector<int> mNumbers;  // by header, of those that wait
 };
 
 }  // namespace stallscope

@@ -1,7 +1,7 @@
 #include "analysis/graph/WaitGraph.h"
 
 #include <algorithm>
-#include <numeric>
+#include <utility>
 
 #include "analysis/graph/FlatIndex.h"
 #include "analysis/graph/WaitCollector.h"
@@ -24,7 +24,7 @@ class Filer {
         fileThreads(collected.threads());
         filePools(collected.pools());
         fileWaits(collected.takeWaits());
-        fileStacks(collected.threads());
+        fileStacks(collected.numberHeaders());
         fileDumps(collected.threads());
         for (Wait& each : mFindings->waits) {
             each.isDoubtful = each.type == EdgeType::kLock && isDoubtful(each);
@@ -34,15 +34,18 @@ class Filer {
   private:
     void fileThreads(const FlatIndex& threads) {
         const std::vector<uint64_t>& keys = threads.keys();
-        std::vector<int> order(keys.size());
-        std::iota(order.begin(), order.end(), 0);
-        std::sort(order.begin(), order.end(), [&](int a, int b) { return keys[a] < keys[b]; });
+        std::vector<std::pair<uint64_t, int>> order;
+        order.reserve(keys.size());
+        for (uint64_t key : keys) {
+            order.emplace_back(key, static_cast<int>(order.size()));
+        }
+        std::sort(order.begin(), order.end());
         mThread.resize(keys.size());
         mFindings->threads.resize(keys.size());
         for (size_t i = 0; i < order.size(); ++i) {
-            mThread[order[i]] = static_cast<int>(i);
+            mThread[order[i].second] = static_cast<int>(i);
             ThreadNode& node = mFindings->threads[i];
-            node.id = idOfKey(keys[order[i]]);
+            node.id = idOfKey(order[i].first);
             node.process = mSnapshot.names.ofProcess(node.id.pid);
             node.name = mSnapshot.names.ofThread(node.id);
         }
@@ -63,20 +66,23 @@ class Filer {
     }
 
     void fileWaits(std::vector<Wait> waits) {
+        std::vector<uint64_t> order;  // by thread, each with the wait's place behind it
+        order.reserve(waits.size());
         for (Wait& each : waits) {
             each.thread = mThread[each.thread];
             each.target = each.target == kNone ? kNone : mThread[each.target];
+            order.push_back(static_cast<uint64_t>(each.thread) << 32 | order.size());
         }
-        std::stable_sort(waits.begin(), waits.end(),
-                         [](const Wait& a, const Wait& b) { return a.thread < b.thread; });
+        std::sort(order.begin(), order.end());
         mFindings->waits.reserve(waits.size());
-        for (const Wait& each : waits) {
-            IndexRange& range = mFindings->threads[each.thread].waits;
+        for (uint64_t place : order) {
+            const Wait& wait = waits[static_cast<uint32_t>(place)];
+            IndexRange& range = mFindings->threads[wait.thread].waits;
             if (range.empty()) {
                 range.begin = range.end = static_cast<uint32_t>(mFindings->waits.size());
             }
-            if (!isKnown(each, range)) {
-                mFindings->waits.push_back(each);
+            if (!isKnown(wait, range)) {
+                mFindings->waits.push_back(wait);
                 ++range.end;
             }
         }
@@ -91,14 +97,12 @@ class Filer {
         });
     }
 
-    void fileStacks(const FlatIndex& threads) {
-        std::vector<int> nodes;
-        nodes.reserve(mLog.threads.size());
-        for (const BinderThread& each : mLog.threads) {
-            int number = threads.find(keyOf(mLog.idOf(each)));
-            nodes.push_back(number == kNone ? kNone : mThread[number]);
-            if (number != kNone) {
-                ++mFindings->threads[nodes.back()].stacks.end;
+    // `nodes`: by header, the number that its thread was collected under.
+    void fileStacks(std::vector<int> nodes) {
+        for (int& each : nodes) {
+            if (each != kNone) {
+                each = mThread[each];
+                ++mFindings->threads[each].stacks.end;
             }
         }
         uint32_t next = 0;

@@ -1,14 +1,31 @@
 #include "analysis/input/Bytes.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
 namespace stallscope {
+
+namespace {
+
+// A log of hundreds of megabytes takes as long to map by small pages as to read.
+void useLargePages(char* memory, size_t size) {
+    constexpr uintptr_t kPage = 4096;
+    constexpr size_t kWorthwhile = 8 << 20;
+    if (size >= kWorthwhile) {
+        auto begin = (reinterpret_cast<uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+        auto end = (reinterpret_cast<uintptr_t>(memory) + size) / kPage * kPage;
+        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    }
+}
+
+}  // namespace
 
 FileDescriptor::~FileDescriptor() {
     if (mNumber > STDERR_FILENO) {
@@ -27,6 +44,7 @@ void Buffer::reserve(size_t more) {
     }
     (void)mBytes.release();
     mBytes.reset(grown);
+    useLargePages(grown, capacity);
     mCapacity = capacity;
 }
 

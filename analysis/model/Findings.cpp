@@ -53,6 +53,16 @@ bool Findings::isAnybodyStuck() const {
            std::any_of(exhaustedPools.begin(), exhaustedPools.end(), isDry);
 }
 
+std::vector<int> Findings::threadsOf(const Chain& chain) const {
+    std::vector<int> members;
+    members.reserve(chain.length);
+    for (int each = chain.first; members.size() < static_cast<size_t>(chain.length);
+         each = threads[each].nextThread) {
+        members.push_back(each);
+    }
+    return members;
+}
+
 const int* Findings::targetsOf(const Wait& wait, size_t* count) const {
     if (wait.pool == kNone) {
         *count = 1;

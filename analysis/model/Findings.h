@@ -112,10 +112,11 @@ struct End {
 // From a thread that waits and that nobody waits for to its end, by ThreadNode::nextThread. A
 // deadlock's chain stops at its first member. Ends below the threshold have none.
 struct Chain {
-    static constexpr size_t kLongest = 256;
+    static constexpr int kLongest = 256;
 
-    std::vector<int> threads;  // at least two, at most kLongest
+    int first = kNone;  // in Findings::threads
     int end = kNone;
+    int length = 0;      // in threads: at least two, at most kLongest
     bool isCut = false;  // goes on behind the last of these threads
 };
 
@@ -162,6 +163,8 @@ struct Findings {
 
     // True when somebody waits who won't be served soon: what the exit status 1 says.
     bool isAnybodyStuck() const;
+    // The threads of a chain, from the one that waits on.
+    std::vector<int> threadsOf(const Chain& chain) const;
     // The threads that a wait leads to.
     const int* targetsOf(const Wait& wait, size_t* count) const;
 };

@@ -122,17 +122,18 @@ class Writer {
     ordered_json describe(const Chain& chain) const {
         const End& end = mFindings.ends[chain.end];
         ordered_json json = {{"threads", ordered_json::array()}, {"waits", ordered_json::array()}};
-        for (size_t i = 0; i < chain.threads.size(); ++i) {
-            const ThreadNode& node = mFindings.threads[chain.threads[i]];
+        std::vector<int> threads = mFindings.threadsOf(chain);
+        for (int each : threads) {
+            const ThreadNode& node = mFindings.threads[each];
             json["threads"].push_back(describe(node));
-            if (i + 1 < chain.threads.size()) {
+            if (each != threads.back()) {
                 json["waits"].push_back(describe(mFindings.waits[node.nextWait]));
             }
         }
         json["cut"] = chain.isCut;
         json["rootBlocker"] = numberOrNull(end.rootBlocker, kNone);
         json["cycle"] = numberOrNull(end.deadlock, kNone);
-        json["doing"] = doingText(mFindings, mFindings.threads[chain.threads.back()]);
+        json["doing"] = doingText(mFindings, mFindings.threads[threads.back()]);
         addLines(mEvidence.of(chain), &json);
         return json;
     }

@@ -141,11 +141,12 @@ class Writer {
         std::vector<bool> isSeen(mFindings.threads.size());
         std::vector<int> ends;
         for (const Chain& chain : mFindings.chains) {
-            for (size_t i = 0; i + 1 < chain.threads.size() && !isSeen[chain.threads[i]]; ++i) {
-                isSeen[chain.threads[i]] = true;
-                waiters[chain.threads[i + 1]].push_back(chain.threads[i]);
+            std::vector<int> threads = mFindings.threadsOf(chain);
+            for (size_t i = 0; i + 1 < threads.size() && !isSeen[threads[i]]; ++i) {
+                isSeen[threads[i]] = true;
+                waiters[threads[i + 1]].push_back(threads[i]);
             }
-            int last = chain.threads.back();
+            int last = threads.back();
             if (!isSeen[last] && !chain.isCut) {
                 isSeen[last] = true;
                 ends.push_back(last);

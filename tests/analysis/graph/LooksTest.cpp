@@ -82,7 +82,7 @@ TEST(Looks, FollowChainsToTheirEnds) {
     Findings findings = analyze(snapshot);
     std::string text;
     for (const Chain& chain : findings.chains) {
-        for (int each : chain.threads) {
+        for (int each : findings.threadsOf(chain)) {
             text += describe(findings.threads[each].id) + " ";
         }
         text += "end " + std::to_string(chain.end) + "\n";
