@@ -21,7 +21,7 @@ const kGap = {
 const kMostSingles = 6; // leaves of one type; more stand in a block with one edge
 const kMostArcs = 12;
 
-// Gives every thread of graph.order x, y, width and height. `first` is the width of the answer.
+// Gives every thread of graph.order x, y, width and height.
 function layOut(graph, isDown, aspect) {
     const plan = {isDown, aspect, groups: [], edges: [], width: 0, height: 0};
     for (const thread of [...graph.order].reverse()) {
@@ -29,7 +29,6 @@ function layOut(graph, isDown, aspect) {
     }
     const trees = graph.ends.map((end) => placeTree(end, plan));
     putOnShelves(trees, plan);
-    plan.first = trees[0].width;
     plan.edges = [
         ...graph.order.filter((thread) => thread.next && !thread.block).map(ownEdge),
         ...plan.groups.map(groupEdge),

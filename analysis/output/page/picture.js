@@ -32,7 +32,9 @@ class Picture {
         const isNew = this.isNarrow !== isNarrow;
         if (isNew) {
             this.isNarrow = isNarrow;
-            this.plan = this.choosePlan(width / Math.max(400, 0.58 * innerHeight));
+            // Down in a narrow window, unless the answer is a cycle: that stands beside the flow.
+            const isDown = isNarrow && !this.graph.ends[0].isDeadlock;
+            this.plan = layOut(this.graph, isDown, width / Math.max(400, 0.58 * innerHeight));
             this.far = null;
         }
         const scale = Math.min(kFitScale, (width - 2 * kMargin) / this.plan.width);
@@ -46,13 +48,6 @@ class Picture {
             this.showStart();
         }
         this.draw();
-    }
-
-    // To the right; in a narrow window down if the answer is less wide so.
-    choosePlan(aspect) {
-        const right = layOut(this.graph, false, aspect);
-        const down = this.isNarrow && layOut(this.graph, true, aspect);
-        return down && down.first > right.first ? layOut(this.graph, false, aspect) : down || right;
     }
 
     // All if it can be read, else the first end with what stands around it.
@@ -75,13 +70,13 @@ class Picture {
 
     // Moves a thread into the middle, an end to where its waiters are seen as well.
     centre(thread, scale = Math.max(this.view.scale, 0.8)) {
-        const ahead = thread.isEnd && thread.waiters.length > 0 ? 0.25 : 0;
-        const x = thread.x + thread.width / 2;
-        const y = thread.y + thread.height / 2;
         const {isDown} = this.plan;
+        const arcs = thread.isEnd && thread.end.isDeadlock && !isDown ? kGap.arcs : 0;
+        const ahead = thread.isEnd && thread.waiters.length > 0 && (isDown || !this.isNarrow);
+        const shift = (length) => (ahead ? (0.25 * length) / scale : 0);
         this.setView(
-            x - (isDown ? 0 : (ahead * this.size.width) / scale),
-            y - (isDown ? (ahead * this.size.height) / scale : 0),
+            thread.x + (thread.width + arcs) / 2 - (isDown ? 0 : shift(this.size.width)),
+            thread.y + thread.height / 2 - (isDown ? shift(this.size.height) : 0),
             scale,
         );
     }

@@ -173,56 +173,43 @@ function queueTable(graph, queues, title, hint) {
         return [];
     }
     const body = element('tbody');
-    const more = growing(body, queues, kMostQueues, (queue) =>
-        element(
-            'tr',
-            {},
-            element('td', {}, queueLines(graph, queue)),
-            element('td', {class: 'number'}, queue.queued.toLocaleString('en')),
-            element('td', {class: 'number'}, queue.oldest || '–'),
-        ),
-    );
-    return [
-        element('h2', {}, title),
-        element(
-            'table',
-            {class: 'queues'},
-            element(
-                'thead',
-                {},
-                element(
-                    'tr',
-                    {},
-                    ...['Process', 'Queued', 'Oldest'].map((head) =>
-                        element(
-                            'th',
-                            {scope: 'col', title: head === 'Queued' ? hint : false},
-                            head,
-                        ),
-                    ),
-                ),
-            ),
-            body,
-        ),
-        more,
+    const more = growing(body, queues, kMostQueues, (queue) => queueRow(graph, queue));
+    const heads = [
+        element('th', {scope: 'col'}, 'Process'),
+        element('th', {scope: 'col', title: hint}, 'Queued'),
+        element('th', {scope: 'col'}, 'Oldest'),
     ];
+    const head = element('thead', {}, element('tr', {}, ...heads));
+    return [element('h2', {}, title), element('table', {class: 'queues'}, head, body), more];
 }
 
-// The name, which opens the lines that show the queue.
-function queueLines(graph, queue) {
+// The name opens a row below with the lines that show the queue.
+function queueRow(graph, queue) {
     const name = queue.process + (queue.node >= 0 ? `, node ${queue.node}` : '');
-    const details = element(
-        'details',
-        {
-            ontoggle: () => {
-                if (details.childElementCount === 1) {
-                    details.append(evidenceBox(graph, queue.places));
-                }
-            },
-        },
-        element('summary', {}, name),
+    let lines;
+    const open = () => {
+        lines ??= element(
+            'tr',
+            {hidden: true},
+            element('td', {colspan: 3}, evidenceBox(graph, queue.places)),
+        );
+        row.after(lines);
+        lines.hidden = !lines.hidden;
+        button.setAttribute('aria-expanded', String(!lines.hidden));
+    };
+    const button = element(
+        'button',
+        {'type': 'button', 'class': 'opener', 'aria-expanded': 'false', 'onclick': open},
+        name,
     );
-    return details;
+    const row = element(
+        'tr',
+        {},
+        element('td', {}, button),
+        element('td', {class: 'number'}, queue.queued.toLocaleString('en')),
+        element('td', {class: 'number'}, queue.oldest || '–'),
+    );
+    return row;
 }
 
 function skippedLines(graph) {
