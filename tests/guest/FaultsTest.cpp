@@ -58,19 +58,23 @@ TEST_F(FaultsTest, LogOfHundredMegabytesIsReadThroughOneBuffer) {
     std::filesystem::remove(log);
 }
 
-// Names are taken as they are, line ends included, but for what is not UTF-8: that could not travel
-// in an answer.
+// An answer is refused whole for a text that ends in the middle of a sequence, which only a name in
+// a list can do. A report line goes as it is; libbinder then reads on behind the cut-off sequence,
+// so that of such a line only the beginning can be compared.
 TEST_F(FaultsTest, HostileNamesDoNotKeepTheAnswerBack) {
-    const std::pair<std::string, std::string> names[] = {
-            {"a\\nBinder Info:\\nb", "a\nBinder Info:\nb"},
-            {"a(b):1(c) to 2", "a(b):1(c) to 2"},
-            {"\\342\\202\\254", "\342\202\254"},
-            {"cut\\342\\202", "cut\357\277\275\357\277\275"}};
-    for (const auto& [printed, expected] : names) {
+    const struct {
+        const char* printed;
+        const char* sender;
+        const char* inLine;
+    } names[] = {{"a\\nBinder Info:\\nb", "a\nBinder Info:\nb", "(a\nBinder Info:\nb):"},
+                 {"a(b):1(c) to 2", "a(b):1(c) to 2", "(a(b):1(c) to 2):"},
+                 {"\\342\\202\\254", "\342\202\254", "(\342\202\254):"},
+                 {"cut\\342\\202", "cut\357\277\275\357\277\275", "(cut"}};
+    for (const auto& name : names) {
         const pid_t pid = stageProcess(
                 "--serve fault.self --main self:fault.self --cmdline "
                 "\"$(printf '" +
-                printed +
+                std::string(name.printed) +
                 "')\" --thread-name "
                 "\"$(printf 't(\\377\\nx')\"");
         EXPECT_TRUE(eventually([&] {
@@ -79,10 +83,9 @@ TEST_F(FaultsTest, HostileNamesDoNotKeepTheAnswerBack) {
         }));
         const std::string number = std::to_string(pid);
         const Answer answer = ask({"getTransaction", number});
-        EXPECT_EQ(Texts{expected}, answer["sender"]) << printed;
+        EXPECT_EQ(Texts{name.sender}, answer["sender"]) << name.printed;
         EXPECT_THAT(answer["line"],
-                    ElementsAre(StartsWith("outgoing transaction from " + number + "(" + expected +
-                                           "):" + number + "(t(\357\277\275) to ")));
+                    ElementsAre(StartsWith("outgoing transaction from " + number + name.inLine)));
         killAndReap(pid);
     }
 }
