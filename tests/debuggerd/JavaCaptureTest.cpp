@@ -97,10 +97,11 @@ TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
     EXPECT_NE(0, access(path(file).c_str(), F_OK));
     EXPECT_NE(0, access(("/tmp/" + file).c_str(), F_OK));
 
-    setJattach("exec sleep 9999" + pid);
+    setJattach("touch " + file + "; exec sleep 9999" + pid);
     auto hangs = [&] { return !outputOf("pgrep -fx 'sleep 9999" + pid + "'").empty(); };
     EXPECT_TRUE(capture(jvm.pid(), kJava, 1).timedOutAfterASecond());
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
+    EXPECT_NE(0, access(path(file).c_str(), F_OK));
     // When its caller dies it is killed or, once it has taken on another user, ends by itself,
     // whatever signals the caller keeps off.
     sigset_t alarms;

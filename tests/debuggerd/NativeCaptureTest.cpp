@@ -15,8 +15,19 @@ namespace android::test {
 
 thread_local std::string sLogged;
 
-int dive(int depth) {
-    return depth == 0 ? (waitWithThreads(1), 0) : dive(depth - 1) + 1;
+int dive(int depth, void (*atTheGround)()) {
+    if (depth == 0) {
+        atTheGround();
+        return 0;
+    }
+    return dive(depth - 1, atTheGround) + 1;
+}
+
+void keepDiving() {
+    Target::ready();
+    for (int depth = 0; sForever; depth = (depth + 7) % 100) {
+        dive(depth, [] {});
+    }
 }
 
 }  // namespace android::test
@@ -128,8 +139,17 @@ TEST(NativeCapture, FramesHaveDemangledNamesAndNamesCannotForgeLines) {
     EXPECT_EQ(1U, count(text, "----- pid " + pid + " at ")) << text;
     EXPECT_EQ(1U, count(text, "\n\"Tgid: 1\" sysTid=" + pid)) << text;
 
-    Target deep([] { dive(200); });
-    EXPECT_EQ(201U, count(capture(deep.pid()).text, "::dive(int)+"));
+    Target deep([] { dive(200, [] { waitWithThreads(1); }); });
+    EXPECT_EQ(201U, count(capture(deep.pid()).text, "::dive(int, "));
+}
+
+// Its stack is the one of the moment when it stood still, though it runs on.
+TEST(NativeCapture, StackOfABusyThreadIsWhole) {
+    Target target(keepDiving);
+    for (int i = 0; i < 20; ++i) {
+        const std::string text = capture(target.pid()).text;
+        EXPECT_EQ(1U, count(text, "::keepDiving()+")) << text;
+    }
 }
 
 TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
@@ -187,6 +207,12 @@ TEST(NativeCapture, UninterruptibleThreadCostsTheTimeOutButNotTheOtherThreads) {
     EXPECT_EQ(10U, count(late.text, kWaitingFrame)) << late.text;
     EXPECT_EQ(1U, count(late.text, "  (did not stop in time; wait channel: ")) << late.text;
     EXPECT_TRUE(target.runsOn());
+
+    // A capture process that crashes ends its capture.
+    auto crashed = std::async(std::launch::async, [&] { return capture(target.pid()); });
+    EXPECT_TRUE(eventually([&] { return target.tracer() != "0"; }));
+    kill(std::stoi(target.tracer()), SIGKILL);
+    EXPECT_TRUE(crashed.get().failedAtOnce(CaptureResult::kBroken));
 
     // A capture process that waits ends with its caller.
     pid_t tracer = 0;
