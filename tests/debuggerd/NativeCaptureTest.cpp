@@ -9,6 +9,7 @@
 #include <future>
 #include <regex>
 
+#include "host/debuggerd/Deadline.h"
 #include "tests/debuggerd/Target.h"
 
 namespace android::test {
@@ -95,6 +96,29 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         kill(target.pid(), SIGCONT);
         EXPECT_TRUE(target.runsOn());
     }
+}
+
+// More frames than a second is enough for, on most machines. Nobody ends the capture process here.
+TEST(NativeCapture, CaptureThatIsCutShortSaysSo) {
+    Target target([] {
+        for (int i = 1; i < 500; ++i) {
+            std::thread(dive, 250, [] { waitForever(1); }).detach();
+        }
+        while (sWaiting < 499) {
+            usleep(1000);
+        }
+        waitWithThreads(1);
+    });
+    const TemporaryFile result;
+    const auto deadline = debuggerd::Deadline::after(std::chrono::milliseconds(500));
+    const std::string text =
+            outputOf(CAPTURE_PROGRAM " 0 " + std::to_string(target.pid()) + " " +
+                     std::to_string(deadline.nanoseconds()) + " $$ 3>" + result.path + "; true");
+    const bool isCut = count(text, "\n  (no time left to unwind it)\n") > 0 ||
+                       count(text, "\n  (did not stop in time; ") > 0;
+    EXPECT_EQ(std::string(1, isCut ? '\1' : '\0'), readFile(result.path));
+    EXPECT_EQ(500U, count(text, "\" sysTid="));
+    EXPECT_EQ(1U, count(text, "\n----- end "));
 }
 
 // At different times of its capture; whichever it hits, there is a whole section or none.
