@@ -48,6 +48,7 @@ void waitForSensorThatNeverAnswers(int parkMs);
 void waitForLockHeldByMainThread(std::mutex* lock);
 void waitForChildThatNeverExecs();  // uninterruptible: a tracer can't stop the thread either
 void waitForTheEnd();
+void waitForFile(const std::string& path);
 
 // Both wait until the service is registered, and return the status of the call.
 int callServiceAndWait(const std::string& service, uint32_t code);
