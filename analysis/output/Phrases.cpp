@@ -69,6 +69,16 @@ std::string dumpText(const ThreadNode& thread) {
 
 }  // namespace
 
+std::vector<std::string> caveatsOf(const Snapshot& snapshot) {
+    std::vector<std::string> caveats = snapshot.notes;
+    if (!snapshot.isComplete()) {
+        caveats.insert(caveats.begin(),
+                       "The log may be cut short: at a length like this the kernel drops the rest "
+                       "without a word.");
+    }
+    return caveats;
+}
+
 std::string durationText(int64_t milliseconds) {
     if (milliseconds == kNoTime) {
         return {};
