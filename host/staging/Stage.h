@@ -38,8 +38,8 @@ class Options {
     std::vector<std::string> mThreads;
 };
 
-// Starts the program over if /proc/PID/cmdline does not begin with --cmdline yet; then names the
-// main thread and erases the arguments.
+// Begins a session, starts the program over if /proc/PID/cmdline does not begin with --cmdline yet,
+// names the main thread and erases the arguments.
 void takeIdentity(const Options& options, char** argv);
 // Leaves the first argument only: an app process forked by the zygote has no others either.
 void eraseArguments();
