@@ -7,10 +7,13 @@
 #include <gmock/gmock.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#include <wordexp.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
+#include <sstream>
+
+#include "tests/support/TestSupport.h"
 
 // The kernel's log, which libbase opens by this function, is a file of the test.
 static const char* sKernelLog = "/missing";
@@ -22,7 +25,7 @@ extern "C" int open64(const char* path, int flags, ...) {
 namespace android {
 
 void PrintTo(const String16& text, std::ostream* out) {
-    *out << '"' << String8(text).string() << '"';
+    *out << '"' << String8(text).c_str() << '"';
 }
 
 namespace {
@@ -126,17 +129,18 @@ struct FakeService : zevo::stallscope::IStallscopeDefault {
 
 // What the program does and says when it is called with line, in the form of answers.txt.
 Text answer(const Text& line) {
-    wordexp_t words{};
-    EXPECT_EQ(0, wordexp(line.c_str(), &words, WRDE_NOCMD | WRDE_UNDEF));
+    std::istringstream stream(line);
+    Texts words;
+    for (Text word; stream >> std::quoted(word, '\'');) {
+        words.push_back(word);
+    }
     const sp<FakeService> service = new FakeService;
     const auto find = [&](std::atomic<const char*>*, sp<IStallscope>* found) {
         *found = service;
         return Result();
     };
     Text output;
-    const Result result =
-            runProgram({words.we_wordv + 1, words.we_wordv + words.we_wordc}, find, &output);
-    wordfree(&words);
+    const Result result = runProgram({words.begin() + 1, words.end()}, find, &output);
     const Text call = service->mCall.empty() ? "" : "> " + service->mCall + "\n";
     const Text error = result.failed() ? "error: " + result.error + "\n" : "";
     const Text all = call + output + error + "exit " + std::to_string(result.status) + "\n";
@@ -146,7 +150,7 @@ Text answer(const Text& line) {
 TEST(ProgramTest, EveryCommandLineHasItsAnswer) {
     const TemporaryDir directory;
     std::filesystem::current_path(directory.path);
-    std::ifstream file(ANSWERS);
+    std::ifstream file(test::testFile("client/answers.txt"));
     ASSERT_TRUE(file.is_open());
     const time_t start = time(nullptr);
     for (Text line, question, expected; std::getline(file, line);) {
