@@ -58,8 +58,9 @@ TEST_F(JavaCapture, JvmSurvivesItsStartAndPrintsItsThreads) {
 }
 
 TEST_F(JavaCapture, OnlyRunningJvmsThatTakeSigquitAreAsked) {
-    setJattach("kill -QUIT $1; printf 'Connected to remote '; sleep 0.1; "
-               "printf 'JVM\nJVM response code = 0\nthreads\n'");
+    setJattach(
+            "kill -QUIT $1; printf 'Connected to remote '; sleep 0.1; "
+            "printf 'JVM\nJVM response code = 0\nthreads\n'");
     const std::tuple<const char*, bool, const char*, int, bool> cases[] = {
             {"libjvm.so", true, "", SIGCONT, true},
             {"libjvm.so", false, "", SIGCONT, false},
