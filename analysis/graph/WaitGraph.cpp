@@ -119,6 +119,12 @@ class Filer {
         }
     }
 
+    // To be parked is no wait, however long.
+    static bool isLonger(const Call& call, const Call& other) {
+        return call.code != kParkedCode &&
+               (other.code == kParkedCode || call.timeMs > other.timeMs);
+    }
+
     void fileStack(uint32_t header, ThreadNode* node) {
         mFindings->stacks[node->stacks.end++] = header;
         const BinderThread& thread = mLog.threads[header];
@@ -129,7 +135,7 @@ class Filer {
         const std::vector<Call>& calls = mFindings->calls;
         if (waitingCallOf(mLog, thread) != nullptr) {
             int& longest = node->waitingCall;
-            longest = longest == kNone || calls[top].timeMs > calls[longest].timeMs ? top : longest;
+            longest = longest == kNone || isLonger(calls[top], calls[longest]) ? top : longest;
         } else if (node->serving == kNone &&
                    mLog.frames[thread.frames.begin].kind == LineKind::kIncoming) {
             node->serving = top;

@@ -71,7 +71,7 @@ struct ThreadNode {
     IndexRange waits;         // in Findings::waits
     IndexRange stacks;        // in Findings::stacks
     int serving = kNone;      // the incoming call at the top of a stack
-    int waitingCall = kNone;  // the longest that it waits in, parked or without receiver as well
+    int waitingCall = kNone;  // the longest that it waits in; a parked one if there is no other
     // Its stack, of the log's moment if there is one, and the section that this stands in.
     const DumpThread* dump = nullptr;
     const ThreadDump* dumpSection = nullptr;
