@@ -224,14 +224,7 @@ class PageData {
     }
 
     Json::Value notes() const {
-        Json::Value out =
-                list(mSnapshot.notes, [](const std::string& note) { return textOf(note); });
-        if (!mSnapshot.isComplete()) {
-            out.append(
-                    "The log may be cut short: at a length like this the kernel drops the rest "
-                    "without a word.");
-        }
-        return out;
+        return list(caveatsOf(mSnapshot), [](const std::string& each) { return textOf(each); });
     }
 
     Json::Value skipped() const {

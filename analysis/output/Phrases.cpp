@@ -47,6 +47,14 @@ std::string idleText(const ThreadNode& thread) {
     return thread.stacks.empty() ? "not in the log" : "in no call";
 }
 
+// The first that says what the thread is about: all that wait look alike in the C library.
+std::string_view tellingFrame(const std::vector<StackFrame>& frames) {
+    auto found = std::find_if(frames.begin(), frames.end(), [](const StackFrame& each) {
+        return each.text.find("/libc.so") == std::string_view::npos;
+    });
+    return (found == frames.end() ? frames.front() : *found).text;
+}
+
 std::string dumpText(const ThreadNode& thread) {
     if (thread.dump == nullptr) {
         return {};
@@ -59,7 +67,7 @@ std::string dumpText(const ThreadNode& thread) {
         text += ", waits for a native mutex whose owner is not printed";
     }
     if (!dump.frames.empty()) {
-        text += ", " + std::string(dump.frames.front().text);
+        text += ", " + std::string(tellingFrame(dump.frames));
     }
     if (!text.empty() && !thread.dumpSection->isOfLogsMoment) {
         text += " (in an older dump)";
@@ -68,6 +76,16 @@ std::string dumpText(const ThreadNode& thread) {
 }
 
 }  // namespace
+
+std::vector<std::string> caveatsOf(const Snapshot& snapshot) {
+    std::vector<std::string> caveats = snapshot.notes;
+    if (!snapshot.isComplete()) {
+        caveats.insert(caveats.begin(),
+                       "The log may be cut short: at a length like this the kernel drops the rest "
+                       "without a word.");
+    }
+    return caveats;
+}
 
 std::string durationText(int64_t milliseconds) {
     if (milliseconds == kNoTime) {

@@ -4,11 +4,15 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "analysis/model/Findings.h"
 #include "analysis/model/Snapshot.h"
 
 namespace stallscope {
+
+// What a reader has to know before he trusts the answer, a sentence each.
+std::vector<std::string> caveatsOf(const Snapshot& snapshot);
 
 // "2.9 s", "400 ms", "3 min 20 s"; empty for kNoTime.
 std::string durationText(int64_t milliseconds);

@@ -100,7 +100,10 @@ class Writer {
         if (first.id.isProcess()) {
             return "for a thread of " + text;
         }
-        return "for one of the " + countText(pool.threads.size(), "pool thread") + " of " + text;
+        return (pool.threads.size() == 1 ? "for the only pool thread of "
+                                         : "for one of the " + std::to_string(pool.threads.size()) +
+                                                   " pool threads of ") +
+               text;
     }
 
     void writeQueues() {
@@ -190,12 +193,7 @@ class Writer {
         mLayout.line("From " + mSnapshot.file + " (" + std::string(nameOf(mSnapshot.format)) +
                              ", " + countText(mSnapshot.lines.lines(), "line") + ")",
                      Style::kFaint);
-        if (!mSnapshot.isComplete()) {
-            mLayout.line(
-                    "The log may be cut short: at a length like this the kernel drops the "
-                    "rest without a word.");
-        }
-        for (const std::string& each : mSnapshot.notes) {
+        for (const std::string& each : caveatsOf(mSnapshot)) {
             mLayout.line(each);
         }
     }

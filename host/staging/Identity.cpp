@@ -38,6 +38,7 @@ void eraseArguments() {
 }
 
 void takeIdentity(const Options& options, char** argv) {
+    setsid();  // fails where it leads one already
     std::string cmdline = options.text("cmdline");
     if (cmdline != argv[0]) {
         argv[0] = cmdline.data();

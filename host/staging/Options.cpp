@@ -21,7 +21,7 @@ bool Options::parse(int argc, char** argv) {
     mValues = {{"cmdline", argv[0]},  {"thread-name", ""}, {"adj", ""},       {"serve", ""},
                {"threads", "1"},      {"on-call", "park"}, {"park-ms", "-1"}, {"main", "idle"},
                {"idle-threads", "0"}, {"code", "1"},       {"delay-ms", "0"}, {"hold-lock", "0"},
-               {"heir", "0"}};
+               {"heir", "0"},         {"gate", ""}};
     for (int i = 1; i < argc; i += 2) {
         const std::string key = std::string(argv[i]).substr(0, 2) == "--" ? argv[i] + 2 : "";
         if (i + 1 == argc || (key != "extra-thread" && mValues.count(key) == 0)) {

@@ -38,8 +38,8 @@ class Options {
     std::vector<std::string> mThreads;
 };
 
-// Starts the program over if /proc/PID/cmdline does not begin with --cmdline yet; then names the
-// main thread and erases the arguments.
+// Begins a session, starts the program over if /proc/PID/cmdline does not begin with --cmdline yet,
+// names the main thread and erases the arguments.
 void takeIdentity(const Options& options, char** argv);
 // Leaves the first argument only: an app process forked by the zygote has no others either.
 void eraseArguments();
@@ -48,6 +48,7 @@ void waitForSensorThatNeverAnswers(int parkMs);
 void waitForLockHeldByMainThread(std::mutex* lock);
 void waitForChildThatNeverExecs();  // uninterruptible: a tracer can't stop the thread either
 void waitForTheEnd();
+void waitForFile(const std::string& path);
 
 // Both wait until the service is registered, and return the status of the call.
 int callServiceAndWait(const std::string& service, uint32_t code);

@@ -58,6 +58,12 @@ void waitForTheEnd() {
     }
 }
 
+void waitForFile(const std::string& path) {
+    while (access(path.c_str(), F_OK) != 0) {
+        usleep(50'000);
+    }
+}
+
 int callServiceAndWait(const std::string& service, uint32_t code) {
     const int status = transact(service, code, 0);
     std::cerr << "the call of " << service << " ended with status " << status << "\n";

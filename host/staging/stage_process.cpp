@@ -31,6 +31,9 @@ class StagedProcess : public android::BBinder {
   protected:
     android::status_t onTransact(uint32_t, const android::Parcel&, android::Parcel*,
                                  uint32_t) override {
+        if (const std::string& gate = mOptions.text("gate"); !gate.empty()) {
+            waitForFile(gate);
+        }
         perform(mOnCall);
         return android::OK;
     }
@@ -117,7 +120,9 @@ void StagedProcess::perform(const Action& action) {
     } else if (action.verb == "uninterruptible") {
         waitForChildThatNeverExecs();
     } else if (action.verb == "call") {
-        callServiceAndWait(action.target, mOptions.code());
+        for (int i = 0; i < action.count; ++i) {
+            callServiceAndWait(action.target, mOptions.code());
+        }
     } else if (action.verb == "oneway") {
         for (int i = 0; i < action.count; ++i) {
             sendOneWay(action.target, mOptions.code());

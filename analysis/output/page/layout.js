@@ -5,7 +5,7 @@
 // once, so that thousands take no time. Positions are along and across the flow first, x and y
 // last.
 
-const kWidth = 212;
+const kWidth = 244;
 const kHeight = 46;
 const kEndHeight = 66;
 const kGap = {

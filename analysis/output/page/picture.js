@@ -8,6 +8,7 @@ const kNearScale = 0.42; // below this a text can't be read
 const kLargestScale = 2.5;
 const kFitScale = 1.15;
 const kStartScale = 0.6; // what is smaller is shown in part at first
+const kPartScale = 0.8; // then
 const kMargin = 24;
 const kNarrow = 640;
 const kMostRanks = 40;
@@ -38,7 +39,8 @@ class Picture {
             this.far = null;
         }
         const scale = Math.min(kFitScale, (width - 2 * kMargin) / this.plan.width);
-        const height = scale < kStartScale ? Infinity : this.plan.height * scale + 2 * kMargin;
+        const seen = scale < kStartScale ? kPartScale : scale;
+        const height = this.plan.height * seen + 2 * kMargin;
         this.svg.style.height = `${Math.min(Math.max(120, Math.ceil(height)), 2000)}px`;
         this.size = {
             width: Math.max(width, 1),
@@ -55,7 +57,7 @@ class Picture {
         this.fit();
         const first = this.selected ?? this.graph.ends[0]?.members[0];
         if (this.view.scale < kStartScale && first) {
-            this.centre(first, 0.8);
+            this.centre(first, kPartScale);
         }
     }
 

@@ -15,7 +15,7 @@ function svgElement(name, attributes = {}, ...children) {
 
 const measuring = document.createElement('canvas').getContext('2d');
 
-// The text, cut in its middle to a width in pixels: names begin alike.
+// The text, cut to a width in pixels behind its first quarter: names begin alike, and pids end them.
 function fitText(text, width, font) {
     measuring.font = font;
     if (measuring.measureText(text).width <= width) {
@@ -25,9 +25,9 @@ function fitText(text, width, font) {
     let least = 0,
         most = signs.length;
     const cut = (kept) =>
-        signs.slice(0, Math.ceil(kept / 2)).join('') +
+        signs.slice(0, Math.ceil(kept / 4)).join('') +
         '…' +
-        signs.slice(signs.length - Math.floor(kept / 2)).join('');
+        signs.slice(signs.length - Math.floor((3 * kept) / 4)).join('');
     while (least < most) {
         const middle = Math.ceil((least + most) / 2);
         if (measuring.measureText(cut(middle)).width <= width) {

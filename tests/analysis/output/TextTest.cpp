@@ -29,6 +29,18 @@ const std::string kCalls = proc(10) + thread(10) + out(1, "10:10", "20:21", 2947
                            in(1, "10:10", "20:21", 2948) + "nonsense\n" +
                            pending(3, "30:30", "20:0", 1000);
 
+// All that wait are in the C library; what for is further down.
+TEST(Text, ShowsTheFrameThatTells) {
+    EXPECT_NE(std::string::npos,
+              textOf(kCalls + "----- pid 20 at 2026-11-22 00:37:45 -----\n"
+                              "\"pool\" sysTid=21\n"
+                              "  #00 pc 01  /lib/libc.so (pthread_mutex_lock+1)\n"
+                              "  #01 pc 02  /lib/libcamera.so (Camera::open+3)\n"
+                              "----- end 20 -----\n",
+                     plain())
+                      .find("owner is not printed, #01 pc 02  /lib/libcamera.so (Camera::open+3)"));
+}
+
 TEST(Text, AnswersFirst) {
     EXPECT_EQ(
             R"(camera (20), thread 21, holds up 2 threads in 1 process; longest wait 2.9 s

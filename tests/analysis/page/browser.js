@@ -224,8 +224,12 @@ class Tab {
         await this.settle();
     }
 
-    async save(file) {
-        const {data} = await this.send('Page.captureScreenshot', {format: 'png'});
+    // What is on the screen, or the whole page.
+    async save(file, isWhole = false) {
+        const {data} = await this.send('Page.captureScreenshot', {
+            format: 'png',
+            captureBeyondViewport: isWhole,
+        });
         fs.writeFileSync(file, Buffer.from(data, 'base64'));
     }
 
