@@ -17,9 +17,9 @@ int run(const stallscope::Options& options) {
     Snapshot second;
     std::string error = prepare(&work, &second);
     if (!error.empty()) {
-        return printAnswer({{}, error, kInputError});
+        return finishAnswer({error, kInputError});
     }
-    return options.live ? printAnswer(answerLive(&work)) : answerFiles(work);
+    return options.live ? answerLiveSystem(&work) : answerFiles(work);
 }
 
 }  // namespace

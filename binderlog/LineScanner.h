@@ -62,10 +62,12 @@ class Cursor {
     template <bool (*isMember)(char)>
     size_t run() {
         const char* begin = mAt;
-        while (mAt != mEnd && isMember(*mAt)) {
-            ++mAt;
+        const char* at = begin;  // a member would be stored at each step
+        while (at != mEnd && isMember(*at)) {
+            ++at;
         }
-        return mAt - begin;
+        mAt = at;
+        return at - begin;
     }
     template <bool (*isMember)(char)>
     bool capture(std::string_view* group) {

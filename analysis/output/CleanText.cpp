@@ -62,6 +62,18 @@ std::string cleanText(std::string_view text) {
     return clean;
 }
 
+std::string validText(std::string_view text) {
+    std::string valid;
+    valid.reserve(text.size());
+    while (!text.empty()) {
+        uint32_t character = 0;
+        size_t length = characterLength(text, &character);
+        valid += length == 0 ? kReplacement : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return valid;
+}
+
 std::string shortened(std::string text, size_t most) {
     if (text.size() <= most) {
         return text;

@@ -11,6 +11,10 @@ namespace stallscope {
 // of these and each wrong byte becomes U+FFFD, a tab or a line end a blank.
 std::string cleanText(std::string_view text);
 
+// Valid UTF-8: each wrong byte becomes U+FFFD, all else stays. jsoncpp takes any bytes for UTF-8,
+// and in doing so swallows what stands behind a wrong one.
+std::string validText(std::string_view text);
+
 // At most this many bytes of a valid text, cut between characters and ended with an ellipsis.
 std::string shortened(std::string text, size_t most);
 

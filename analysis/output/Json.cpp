@@ -1,6 +1,7 @@
-#include <nlohmann/json.hpp>
+#include <cstdio>
 
 #include "analysis/graph/Evidence.h"
+#include "analysis/output/JsonText.h"
 #include "analysis/output/Output.h"
 #include "analysis/output/Phrases.h"
 
@@ -8,75 +9,50 @@ namespace stallscope {
 
 namespace {
 
-using nlohmann::ordered_json;
-
-ordered_json textOrNull(std::string_view text) {
-    return text.empty() ? ordered_json() : ordered_json(text);
-}
-
-ordered_json numberOrNull(int64_t number, int64_t none) {
-    return number == none ? ordered_json() : ordered_json(number);
-}
-
-ordered_json idOf(ThreadId id) {
-    return {{"pid", id.pid}, {"tid", id.tid}};
-}
-
-// Writes one object's pieces as they come: a whole fleet's log as one tree of values would take
-// many times the memory of its text.
 class Writer {
   public:
-    Writer(const Snapshot& snapshot, const Findings& findings)
-          : mSnapshot(snapshot), mFindings(findings), mEvidence(snapshot, findings) {}
+    Writer(const Snapshot& snapshot, const Findings& findings, const TextSink& sink)
+          : mSnapshot(snapshot), mFindings(findings), mEvidence(snapshot, findings), mJson(sink) {}
 
-    std::string write() {
-        member("file", mSnapshot.file);
-        member("format", nameOf(mSnapshot.format));
-        member("complete", mSnapshot.isComplete());
-        member("answer", sentenceOf(mSnapshot, mFindings));
-        member("stuck", mFindings.isAnybodyStuck());
-        member("thresholdMs", mFindings.thresholdMs);
-        member("hasTimes", mFindings.hasTimes);
+    void write() {
+        mJson.open('{');
+        mJson.text("file", mSnapshot.file);
+        mJson.text("format", nameOf(mSnapshot.format));
+        mJson.flag("complete", mSnapshot.isComplete());
+        mJson.text("answer", sentenceOf(mSnapshot, mFindings));
+        mJson.flag("stuck", mFindings.isAnybodyStuck());
+        mJson.number("thresholdMs", mFindings.thresholdMs);
+        mJson.flag("hasTimes", mFindings.hasTimes);
         if (mFindings.pid != 0) {
-            member("pid", mFindings.pid);
+            mJson.number("pid", mFindings.pid);
         }
         list("rootBlockers", mFindings.rootBlockers);
         list("cycles", mFindings.deadlocks);
         list("chains", mFindings.chains);
         list("exhaustedPools", mFindings.exhaustedPools);
         list("onewayBacklogs", mFindings.onewayBacklogs);
-        member("skipped", skipped());
-        member("notes", mSnapshot.notes);
-        mText += "}\n";
-        return std::move(mText);
+        writeSkipped();
+        mJson.open("notes", '[');
+        for (const std::string& each : mSnapshot.notes) {
+            mJson.text(each);
+        }
+        mJson.close(']');
+        mJson.close('}');
+        mJson.finish();
     }
 
   private:
-    void key(const char* name) {
-        mText += mText.empty() ? "{" : ",";
-        mText += "\"" + std::string(name) + "\":";
-    }
-    void value(const ordered_json& json) {
-        // Names of processes and lines of logs may hold any bytes.
-        mText += json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-    }
-    void member(const char* name, const ordered_json& json) {
-        key(name);
-        value(json);
-    }
     template <typename Item>
     void list(const char* name, const std::vector<Item>& items) {
-        key(name);
-        mText += "[";
-        bool isFirst = true;
+        mJson.open(name, '[');
         for (const Item& each : items) {
             if (!isLeftOut(each)) {
-                mText += isFirst ? "" : ",";
-                isFirst = false;
-                value(describe(each));
+                mJson.open('{');
+                describe(each);
+                mJson.close('}');
             }
         }
-        mText += "]";
+        mJson.close(']');
     }
 
     static bool isLeftOut(const Deadlock&) { return false; }
@@ -86,169 +62,192 @@ class Writer {
         return item.isShort;
     }
 
-    ordered_json describe(const RootBlocker& blocker) const {
+    void describe(const RootBlocker& blocker) {
         const ThreadNode& node = mFindings.threads[blocker.thread];
-        ordered_json json = {{"pid", node.id.pid},
-                             {"process", textOrNull(node.process)},
-                             {"tid", node.id.tid},
-                             {"thread", textOrNull(node.name)},
-                             {"blockedThreads", blocker.blockedThreads},
-                             {"blockedProcesses", blocker.blockedProcesses},
-                             {"longestWaitMs", numberOrNull(blocker.longestWaitMs, kNoTime)},
-                             {"doing", doingText(mFindings, node)},
-                             {"probable", blocker.isProbable}};
-        addMovement(node.movement, &json);
-        addLines(mEvidence.of(blocker), &json);
-        return json;
+        describe(node);
+        writeBlocked(blocker);
+        mJson.numberOrNull("longestWaitMs", blocker.longestWaitMs, kNoTime);
+        mJson.text("doing", doingText(mFindings, node));
+        mJson.flag("probable", blocker.isProbable);
+        writeMovement(node.movement);
+        writeLines(mEvidence.of(blocker));
     }
 
-    ordered_json describe(const Deadlock& deadlock) const {
-        ordered_json json = {{"kind", nameOf(deadlock.kind)},
-                             {"members", ordered_json::array()},
-                             {"edges", ordered_json::array()},
-                             {"blockedThreads", deadlock.blockedThreads},
-                             {"blockedProcesses", deadlock.blockedProcesses},
-                             {"probable", deadlock.isProbable}};
+    void describe(const Deadlock& deadlock) {
+        mJson.text("kind", nameOf(deadlock.kind));
+        mJson.open("members", '[');
         for (int member : deadlock.members) {
-            json["members"].push_back(idOf(mFindings.threads[member].id));
+            mJson.open('{');
+            writeId(mFindings.threads[member].id);
+            mJson.close('}');
         }
+        mJson.close(']');
+        mJson.open("edges", '[');
         for (int wait : deadlock.waits) {
-            addEdges(mFindings.waits[wait], &json["edges"]);
+            writeEdges(mFindings.waits[wait]);
         }
-        addLines(mEvidence.of(deadlock), &json);
-        return json;
+        mJson.close(']');
+        writeBlocked(deadlock);
+        mJson.flag("probable", deadlock.isProbable);
+        writeLines(mEvidence.of(deadlock));
     }
 
-    ordered_json describe(const Chain& chain) const {
+    void describe(const Chain& chain) {
         const End& end = mFindings.ends[chain.end];
-        ordered_json json = {{"threads", ordered_json::array()}, {"waits", ordered_json::array()}};
-        std::vector<int> threads = mFindings.threadsOf(chain);
+        const std::vector<int> threads = mFindings.threadsOf(chain);
+        mJson.open("threads", '[');
         for (int each : threads) {
-            const ThreadNode& node = mFindings.threads[each];
-            json["threads"].push_back(describe(node));
-            if (each != threads.back()) {
-                json["waits"].push_back(describe(mFindings.waits[node.nextWait]));
-            }
+            mJson.open('{');
+            describe(mFindings.threads[each]);
+            mJson.close('}');
         }
-        json["cut"] = chain.isCut;
-        json["rootBlocker"] = numberOrNull(end.rootBlocker, kNone);
-        json["cycle"] = numberOrNull(end.deadlock, kNone);
-        json["doing"] = doingText(mFindings, mFindings.threads[threads.back()]);
-        addLines(mEvidence.of(chain), &json);
-        return json;
+        mJson.close(']');
+        mJson.open("waits", '[');
+        for (size_t i = 0; i + 1 < threads.size(); ++i) {
+            mJson.open('{');
+            describe(mFindings.waits[mFindings.threads[threads[i]].nextWait]);
+            mJson.close('}');
+        }
+        mJson.close(']');
+        mJson.flag("cut", chain.isCut);
+        mJson.numberOrNull("rootBlocker", end.rootBlocker, kNone);
+        mJson.numberOrNull("cycle", end.deadlock, kNone);
+        mJson.text("doing", doingText(mFindings, mFindings.threads[threads.back()]));
+        writeLines(mEvidence.of(chain));
     }
 
-    static ordered_json describe(const ThreadNode& node) {
-        return {{"pid", node.id.pid},
-                {"process", textOrNull(node.process)},
-                {"tid", node.id.tid},
-                {"thread", textOrNull(node.name)}};
+    void describe(const ThreadNode& node) {
+        mJson.number("pid", node.id.pid);
+        mJson.textOrNull("process", node.process);
+        mJson.number("tid", node.id.tid);
+        mJson.textOrNull("thread", node.name);
     }
 
-    ordered_json describe(const ExhaustedPool& pool) const {
-        ordered_json json = {{"pid", pool.pid},
-                             {"process", textOrNull(pool.process)},
-                             {"queued", pool.queued},
-                             {"oldestMs", numberOrNull(pool.oldestMs, kNoTime)}};
-        addMovement(pool.movement, &json);
-        addLines(mEvidence.ofCalls(pool.calls), &json);
-        return json;
+    void describe(const ExhaustedPool& pool) {
+        mJson.number("pid", pool.pid);
+        mJson.textOrNull("process", pool.process);
+        mJson.number("queued", static_cast<int64_t>(pool.queued));
+        mJson.numberOrNull("oldestMs", pool.oldestMs, kNoTime);
+        writeMovement(pool.movement);
+        writeLines(mEvidence.ofCalls(pool.calls));
     }
 
-    ordered_json describe(const OnewayBacklog& backlog) const {
-        ordered_json json = {{"pid", backlog.pid},
-                             {"process", textOrNull(backlog.process)},
-                             {"node", numberOrNull(backlog.node, kNoNode)},
-                             {"queued", backlog.queued},
-                             {"oldestMs", numberOrNull(backlog.oldestMs, kNoTime)}};
-        addLines(mEvidence.ofCalls(backlog.calls), &json);
-        return json;
+    void describe(const OnewayBacklog& backlog) {
+        mJson.number("pid", backlog.pid);
+        mJson.textOrNull("process", backlog.process);
+        mJson.numberOrNull("node", backlog.node, kNoNode);
+        mJson.number("queued", static_cast<int64_t>(backlog.queued));
+        mJson.numberOrNull("oldestMs", backlog.oldestMs, kNoTime);
+        writeLines(mEvidence.ofCalls(backlog.calls));
     }
 
     // All but whom it leads to.
-    ordered_json describe(const Wait& wait) const {
-        ordered_json json = {{"type", nameOf(wait.type)}};
+    void describe(const Wait& wait) {
+        mJson.text("type", nameOf(wait.type));
         if (wait.type == EdgeType::kLock) {
-            json["lock"] = wait.lock->object;
-            json["class"] = textOrNull(wait.lock->type);
+            mJson.text("lock", wait.lock->object);
+            mJson.textOrNull("class", wait.lock->type);
         } else {
             const Call& call = mFindings.calls[wait.call];
             char code[16];
             snprintf(code, sizeof(code), "%x", call.code);
-            json["code"] = code;
-            json["debugId"] = numberOrNull(call.debugId, kNoDebugId);
-            json["node"] = numberOrNull(call.node, kNoNode);
-            json["timeMs"] = numberOrNull(call.timeMs, kNoTime);
+            mJson.text("code", code);
+            mJson.numberOrNull("debugId", call.debugId, kNoDebugId);
+            mJson.numberOrNull("node", call.node, kNoNode);
+            mJson.numberOrNull("timeMs", call.timeMs, kNoTime);
         }
         if (wait.isDoubtful) {
-            json["probable"] = true;
+            mJson.flag("probable", true);
         }
-        addLines(mEvidence.of(wait), &json);
-        return json;
+        writeLines(mEvidence.of(wait));
     }
 
-    void addEdges(const Wait& wait, ordered_json* edges) const {
-        ordered_json json = describe(wait);
-        json["from"] = describe(mFindings.threads[wait.thread]);
+    void writeEdges(const Wait& wait) {
         size_t count = 0;
         const int* targets = mFindings.targetsOf(wait, &count);
         for (size_t i = 0; i < count; ++i) {
-            json["to"] = describe(mFindings.threads[targets[i]]);
-            edges->push_back(json);
+            mJson.open('{');
+            describe(wait);
+            mJson.open("from", '{');
+            describe(mFindings.threads[wait.thread]);
+            mJson.close('}');
+            mJson.open("to", '{');
+            describe(mFindings.threads[targets[i]]);
+            mJson.close('}');
+            mJson.close('}');
         }
     }
 
-    void addMovement(Movement movement, ordered_json* json) const {
+    void writeId(ThreadId id) {
+        mJson.number("pid", id.pid);
+        mJson.number("tid", id.tid);
+    }
+
+    template <typename AnyEnd>
+    void writeBlocked(const AnyEnd& end) {
+        mJson.number("blockedThreads", static_cast<int64_t>(end.blockedThreads));
+        mJson.number("blockedProcesses", static_cast<int64_t>(end.blockedProcesses));
+    }
+
+    void writeMovement(Movement movement) {
         if (mFindings.isSecondLook) {
-            (*json)["movement"] = nameOf(movement);
+            mJson.text("movement", nameOf(movement));
         }
     }
 
-    // Lines of the file itself, and those of other files by their names.
-    void addLines(const std::vector<Place>& places, ordered_json* json) const {
-        ordered_json lines = ordered_json::array();
-        ordered_json elsewhere = ordered_json::array();
-        uint32_t source = 0;
-        for (const Place& each : places) {
-            if (each.source == 0) {
-                lines.push_back(each.line);
-                continue;
-            }
-            if (each.source != source) {
-                source = each.source;
-                elsewhere.push_back(
-                        {{"file", mSnapshot.sources[source]}, {"lines", ordered_json::array()}});
-            }
-            elsewhere.back()["lines"].push_back(each.line);
+    // Lines of the file itself, and those of other files by their names. Sorted: those come last.
+    void writeLines(const std::vector<Place>& places) {
+        size_t i = 0;
+        mJson.open("lines", '[');
+        for (; i < places.size() && places[i].source == 0; ++i) {
+            mJson.number(places[i].line);
         }
-        (*json)["lines"] = std::move(lines);
-        if (!elsewhere.empty()) {
-            (*json)["elsewhere"] = std::move(elsewhere);
+        mJson.close(']');
+        if (i == places.size()) {
+            return;
         }
+        mJson.open("elsewhere", '[');
+        while (i < places.size()) {
+            uint32_t source = places[i].source;
+            mJson.open('{');
+            mJson.text("file", mSnapshot.sources[source]);
+            mJson.open("lines", '[');
+            for (; i < places.size() && places[i].source == source; ++i) {
+                mJson.number(places[i].line);
+            }
+            mJson.close(']');
+            mJson.close('}');
+        }
+        mJson.close(']');
     }
 
-    ordered_json skipped() const {
-        ordered_json examples = ordered_json::array();
+    void writeSkipped() {
+        mJson.open("skipped", '{');
+        mJson.number("lines", static_cast<int64_t>(mSnapshot.lines.skipped));
+        mJson.open("examples", '[');
         for (const SkippedLine& each : mSnapshot.lines.examples) {
-            ordered_json example = {{"line", each.place.line}, {"text", each.text}};
+            mJson.open('{');
+            mJson.number("line", each.place.line);
+            mJson.text("text", each.text);
             if (each.place.source != 0) {
-                example["file"] = mSnapshot.sources[each.place.source];
+                mJson.text("file", mSnapshot.sources[each.place.source]);
             }
-            examples.push_back(std::move(example));
+            mJson.close('}');
         }
-        return {{"lines", mSnapshot.lines.skipped}, {"examples", std::move(examples)}};
+        mJson.close(']');
+        mJson.close('}');
     }
 
     const Snapshot& mSnapshot;
     const Findings& mFindings;
-    Evidence mEvidence;
-    std::string mText;
+    const Evidence mEvidence;
+    JsonText mJson;
 };
 
 }  // namespace
 
-std::string writeJson(const Snapshot& snapshot, const Findings& findings) {
-    return Writer(snapshot, findings).write();
+void writeJson(const Snapshot& snapshot, const Findings& findings, const TextSink& sink) {
+    Writer(snapshot, findings, sink).write();
 }
 
 }  // namespace stallscope

@@ -1,7 +1,9 @@
 #ifndef STALLSCOPE_ANALYSIS_OUTPUT_OUTPUT_H
 #define STALLSCOPE_ANALYSIS_OUTPUT_OUTPUT_H
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "analysis/model/Findings.h"
 #include "analysis/model/Snapshot.h"
@@ -22,8 +24,11 @@ std::string sentenceOf(const Snapshot& snapshot, const Findings& findings);
 std::string writeText(const Snapshot& snapshot, const Findings& findings,
                       const TextOptions& options);
 
+// Takes what is written, a piece at a time.
+using TextSink = std::function<void(std::string_view)>;
+
 // One object on one line, with a line end.
-std::string writeJson(const Snapshot& snapshot, const Findings& findings);
+void writeJson(const Snapshot& snapshot, const Findings& findings, const TextSink& sink);
 
 // The graph in Graphviz's language.
 std::string writeDot(const Snapshot& snapshot, const Findings& findings);

@@ -10,9 +10,12 @@ namespace stallscope {
 // exit with.
 int answerFiles(const Work& work);
 
-// Prints one answer; the error goes to standard error. Returns its status, or another one if
-// standard output can't be written.
-int printAnswer(const Answer& answer);
+// The answer of the running system.
+int answerLiveSystem(Work* work);
+
+// What ends an answer whose output is printed: its error goes to standard error. Returns its
+// status, or another one if standard output can't be written.
+int finishAnswer(const Answer& answer);
 
 }  // namespace stallscope
 

@@ -37,22 +37,28 @@ std::string writeFile(const std::string& file, const std::string& text) {
     return stream ? "" : "Can't write " + file + ": " + strerror(errno);
 }
 
-std::string render(const Work& work, const Snapshot& snapshot, const Findings& findings,
-                   std::string* error) {
+// An error, or an empty string.
+std::string write(const Work& work, const Snapshot& snapshot, const Findings& findings,
+                  const TextSink& sink) {
+    std::string error;
     switch (work.options.form) {
         case OutputForm::kJson:
-            return writeJson(snapshot, findings);
+            writeJson(snapshot, findings, sink);
+            break;
         case OutputForm::kDot:
-            return writeDot(snapshot, findings);
+            sink(writeDot(snapshot, findings));
+            break;
         case OutputForm::kSvg:
-            return writeSvg(snapshot, findings, error);
+            sink(writeSvg(snapshot, findings, &error));
+            break;
         case OutputForm::kText:
+            sink(writeText(snapshot, findings, work.text));
             break;
     }
-    return writeText(snapshot, findings, work.text);
+    return error;
 }
 
-Answer answer(const Work& work, Snapshot* snapshot) {
+Answer answer(const Work& work, Snapshot* snapshot, const TextSink& sink) {
     for (const Snapshot& each : work.dumps) {
         addDumps(each, snapshot);
     }
@@ -67,7 +73,7 @@ Answer answer(const Work& work, Snapshot* snapshot) {
     Findings findings = analyze(*snapshot, options);
     Answer answer;
     answer.status = findings.isAnybodyStuck() ? kSomebodyStuck : kNobodyStuck;
-    answer.output = render(work, *snapshot, findings, &answer.error);
+    answer.error = write(work, *snapshot, findings, sink);
     if (!work.options.htmlFile.empty()) {
         std::string failure = writeFile(work.options.htmlFile, writeHtml(*snapshot, findings));
         answer.error = failure.empty() ? answer.error : failure;
@@ -104,13 +110,14 @@ std::string prepare(Work* work, Snapshot* second) {
     return {};
 }
 
-Answer answerFile(const Work& work, const std::string& file, const ReadProgress& progress) {
+Answer answerFile(const Work& work, const std::string& file, const ReadProgress& progress,
+                  const TextSink& sink) {
     Snapshot snapshot;
     std::string error = readInput(file, progress, &snapshot);
-    return error.empty() ? answer(work, &snapshot) : Answer{{}, error, kInputError};
+    return error.empty() ? answer(work, &snapshot, sink) : Answer{error, kInputError};
 }
 
-Answer answerLive(Work* work) {
+Answer answerLive(Work* work, const TextSink& sink) {
     Snapshot first;
     Snapshot second;
     std::string error = readLive(kBinderLogFolders, "/proc", &first);
@@ -120,7 +127,7 @@ Answer answerLive(Work* work) {
         error = readLive(kBinderLogFolders, "/proc", &second);
         work->second = &second;
     }
-    return error.empty() ? answer(*work, &first) : Answer{{}, error, kInputError};
+    return error.empty() ? answer(*work, &first, sink) : Answer{error, kInputError};
 }
 
 }  // namespace stallscope

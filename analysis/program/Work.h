@@ -17,8 +17,8 @@ struct Work {
     const Snapshot* second = nullptr;
 };
 
+// What there is to say of an answer besides its output, which goes to a sink.
 struct Answer {
-    std::string output;
     std::string error;  // one sentence; empty when all went well
     int status = kNobodyStuck;
 };
@@ -27,10 +27,11 @@ struct Answer {
 std::string prepare(Work* work, Snapshot* second);
 
 // From one file to its answer.
-Answer answerFile(const Work& work, const std::string& file, const ReadProgress& progress);
+Answer answerFile(const Work& work, const std::string& file, const ReadProgress& progress,
+                  const TextSink& sink);
 
 // Of the running system, after one look or two.
-Answer answerLive(Work* work);
+Answer answerLive(Work* work, const TextSink& sink);
 
 }  // namespace stallscope
 

@@ -94,7 +94,7 @@ TEST(ServiceTest, AServiceThatEndsWhenItIsFoundIsLookedUpAgain) {
     const sp<IBinder> binders[] = {new DeadBinder, new BBinder, nullptr};
     size_t asked = 0;
     const auto lookUp = [&](const String16& name) {
-        EXPECT_STREQ("StallScopeService", String8(name).string());
+        EXPECT_STREQ("StallScopeService", String8(name).c_str());
         return binders[asked++];
     };
     std::atomic<const char*> obstacle = "";

@@ -4,15 +4,18 @@
 #include <android-base/strings.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
-#include <wordexp.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
+#include <sstream>
+
+#include "tests/support/TestSupport.h"
 
 namespace android {
 
 void PrintTo(const String16& text, std::ostream* out) {
-    *out << '"' << String8(text).string() << '"';
+    *out << '"' << String8(text).c_str() << '"';
 }
 
 namespace {
@@ -116,17 +119,18 @@ struct FakeService : zevo::stallscope::IStallscopeDefault {
 
 // What the program does and says when it is called with line, in the form of answers.txt.
 Text answer(const Text& line) {
-    wordexp_t words{};
-    EXPECT_EQ(0, wordexp(line.c_str(), &words, WRDE_NOCMD | WRDE_UNDEF));
+    std::istringstream stream(line);
+    Texts words;
+    for (Text word; stream >> std::quoted(word, '\'');) {
+        words.push_back(word);
+    }
     const sp<FakeService> service = new FakeService;
     const auto find = [&](std::atomic<const char*>*, sp<IStallscope>* found) {
         *found = service;
         return Result();
     };
     Text output;
-    const Result result =
-            runProgram({words.we_wordv + 1, words.we_wordv + words.we_wordc}, find, &output);
-    wordfree(&words);
+    const Result result = runProgram({words.begin() + 1, words.end()}, find, &output);
     const Text call = service->mCall.empty() ? "" : "> " + service->mCall + "\n";
     const Text error = result.failed() ? "error: " + result.error + "\n" : "";
     const Text all = call + output + error + "exit " + std::to_string(result.status) + "\n";
@@ -136,7 +140,7 @@ Text answer(const Text& line) {
 TEST(ProgramTest, EveryCommandLineHasItsAnswer) {
     const TemporaryDir directory;
     std::filesystem::current_path(directory.path);
-    std::ifstream file(ANSWERS);
+    std::ifstream file(test::testFile("client/answers.txt"));
     ASSERT_TRUE(file.is_open());
     for (Text line, question, expected; std::getline(file, line);) {
         expected += line + "\n";

@@ -15,7 +15,7 @@ extern "C" int __android_log_print(int, const char*, const char*, ...) {
 namespace android::test {
 
 // Lines that are hard to read right, and their pieces.
-const Texts kLines = linesOf(unescape(readFile(TEST_DATA "/hard-lines.txt")));
+const Texts kLines = linesOf(unescape(readFile(testFile("data/hard-lines.txt"))));
 const Texts kPieces = [] {
     Texts pieces = {"\r", "\n", "elapse", "fro", "outgoing transaction ", "99999999999999999999"};
     for (const std::string& line : kLines) {

@@ -125,7 +125,7 @@ std::array<long, 3> figures() {
 
 TEST(SoakTest, NothingIsLostAndNothingIsLeftBehind) {
     const char* wanted = getenv("STALLSCOPE_SOAK_CALLS");
-    const long calls = wanted == nullptr ? 3000 : atol(wanted);
+    const long calls = wanted == nullptr ? 1500 : atol(wanted);
     sShared = new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
                         -1, 0)) Shared;
     inChild([] {
@@ -134,7 +134,7 @@ TEST(SoakTest, NothingIsLostAndNothingIsLeftBehind) {
     });
     inChild(keepHangs);
     EXPECT_TRUE(eventually([] { return sShared->born >= kProcesses && daemonPid() != 0; }, 120));
-    runClients(1000);
+    runClients(500);
     const pid_t pid = daemonPid();
     const auto before = figures();
     runClients(calls);

@@ -112,7 +112,7 @@ class StubFuzzTest : public GuestTest {
 
 TEST_F(StubFuzzTest, ParcelsOfAnyKindAreSurvived) {
     const char* const wanted[] = {getenv("STALLSCOPE_FUZZ_CALLS"), getenv("STALLSCOPE_FUZZ_SEED")};
-    const long calls = wanted[0] == nullptr ? 2000 : atol(wanted[0]);
+    const long calls = wanted[0] == nullptr ? 1000 : atol(wanted[0]);
     const long seed = wanted[1] == nullptr ? 1 : atol(wanted[1]);
     mRandom.seed(seed);
     std::filesystem::create_directories("/tmp/fuzz/0");

@@ -11,6 +11,16 @@
 
 namespace android::test {
 
+std::string testFile(const std::string& name) {
+    // First asked for while /proc is the real one: some tests have one of their own.
+    static std::error_code sIsMissing;
+    static const auto sProgram = std::filesystem::read_symlink("/proc/self/exe", sIsMissing);
+    const auto path = sProgram.parent_path() / TEST_FILES / name;
+    // A fuzzer's are a folder below.
+    return std::filesystem::exists(path) ? path
+                                         : sProgram.parent_path() / "data" / TEST_FILES / name;
+}
+
 std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});

@@ -13,6 +13,9 @@ namespace android::test {
 
 using Texts = std::vector<std::string>;
 
+// The path of one of tests/, such as "data/records.txt"; a platform's build puts those that a test
+// names beside its program.
+std::string testFile(const std::string& name);
 // Empty when it can't be read, as with a process that has gone.
 std::string readFile(const std::string& path);
 // Makes the file's folder when it is missing.

@@ -54,7 +54,7 @@ TEST(SectionFiler, FilesRecordsUnderTheirSection) {
 
 TEST(SectionFiler, TellsHeadersAndTransactionsFromOtherLines) {
     size_t rows = 0;
-    for (const std::string& row : linesOf(readFile(TEST_DATA "/sections.txt"))) {
+    for (const std::string& row : linesOf(readFile(testFile("data/sections.txt")))) {
         const size_t equals = row.find(" = ");
         if (row[0] == '#') {
             continue;
@@ -146,10 +146,10 @@ TEST_F(ParserTest, ReadsLinesOfAnyLength) {
 // Before 6.5 the kernel's lines have no elapsed time: records of nothing but a type.
 TEST_F(ParserTest, ReadsTheLogsOfRealKernels) {
     BinderLogParser parser;
-    ASSERT_TRUE(parser.parse(TEST_DATA "/transactions-6.12.txt"));
+    ASSERT_TRUE(parser.parse(testFile("data/transactions-6.12.txt")));
     EXPECT_EQ(linesFor(*parser.getProcessTransactions(162)),
               Texts{"outgoing frome 162:162 to 147:0 code 2 elapsed 2.727s"});
-    ASSERT_TRUE(parser.parse(TEST_DATA "/transactions-6.1.txt"));
+    ASSERT_TRUE(parser.parse(testFile("data/transactions-6.1.txt")));
     EXPECT_EQ(linesFor(*parser.getProcessTransactions(114)),
               Texts{"outgoing frome 0:0 to 0:0 code 0 elapsed 0s"});
 }

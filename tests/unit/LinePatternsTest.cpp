@@ -10,8 +10,8 @@ namespace android::test {
 TEST(LinePatterns, AgreeWithTheRegularExpressions) {
     size_t lines = 0;
     for (const char* file :
-         {"/hard-lines.txt", "/transactions-6.12.txt", "/transactions-6.1.txt"}) {
-        for (const std::string& text : linesOf(readFile(std::string(TEST_DATA) + file))) {
+         {"data/hard-lines.txt", "data/transactions-6.12.txt", "data/transactions-6.1.txt"}) {
+        for (const std::string& text : linesOf(readFile(testFile(file)))) {
             ++lines;
             for (const std::string& line :
                  {unescape(text), "outgoing transaction ZEVO " + unescape(text)}) {

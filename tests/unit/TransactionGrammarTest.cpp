@@ -11,7 +11,7 @@ namespace android::test {
 TEST(TransactionGrammar, ReadsLinesIntoRecords) {
     size_t records = 0;
     std::string line;
-    for (const std::string& text : linesOf(readFile(TEST_DATA "/records.txt"))) {
+    for (const std::string& text : linesOf(readFile(testFile("data/records.txt")))) {
         if (text.rfind("    ", 0) == 0) {
             const std::string filed = filedByDaemon(line.rfind("new ", 0) == 0,
                                                     "outgoing transaction ZEVO " + line.substr(4));

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -22,7 +23,9 @@ void check(const std::vector<Case>& cases) {
 }
 
 std::string readSample(const std::string& name) {
-    std::ifstream file(STALLSCOPE_TEST_DATA "/" + name);
+    // Relative in a platform's build, which puts it beside the program.
+    const auto program = std::filesystem::read_symlink("/proc/self/exe");
+    std::ifstream file(program.parent_path() / STALLSCOPE_TEST_DATA / name);
     std::stringstream text;
     text << file.rdbuf();
     return text.str();
