@@ -9,7 +9,7 @@ const kWidth = 232;
 const kHeight = 46;
 const kEndHeight = 66;
 const kGap = {
-    along: 88,
+    along: 96,
     alongDown: 58,
     across: 12,
     tree: 56,
