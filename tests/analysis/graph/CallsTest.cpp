@@ -41,6 +41,8 @@ TEST(Calls, SaysWhoHoldsUpTheStagedServices) {
             "94:94 blocks 3/3 -\n98:98 blocks 3/3 -\n94:102 blocks 1/1 -\n94:110 blocks 1/1 -\n"
             "96:96 blocks 1/1 -\ndry 98 2 -\nbacklog 96/7 2 -\n",
             answerTo(readSample("transactions-6.1.txt")));
+    EXPECT_EQ("mixed 263:269>264:305>264:270>263:308 blocks 2/1\n",
+              answerTo(readSample("staged-lock-call.txt")));
 }
 
 TEST(Calls, FollowsTheTopOfAStackAlone) {
