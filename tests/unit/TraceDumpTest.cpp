@@ -50,7 +50,10 @@ TEST_F(TraceDump, CapturesEachPidOnceAndItselfOnlyAsJava) {
     EXPECT_EQ(takeEvents("c"),
               (Texts{"captures java 30 for 1 s", "captures java " + self + " for 1 s",
                      "captures native 20 for 1 s"}));
-    // By its name, itself is one like the others.
+}
+
+TEST_F(TraceDump, CapturesItselfLikeOthersByItsName) {
+    const std::string self = std::to_string(getpid());
     writeFile("/proc/" + self + "/cmdline", "stallscope");
     task = {{}, {self}, {"stallscope"}, "out/trace", true};
     runTraceDump(task);
