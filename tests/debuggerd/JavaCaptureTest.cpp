@@ -101,9 +101,12 @@ TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
     EXPECT_TRUE(capture(jvm.pid(), kJava).failedAtOnce(CaptureResult::kJvmFailed));
     EXPECT_FALSE(isAsking());
 
-    setJattach(request + "exec sleep 9999" + pid);
+    setJattach(request + "printf 'Connected to remote JVM\nJVM response code = 0\nhalf';" +
+               "exec sleep 9999" + pid);
     auto hangs = [&] { return !outputOf("pgrep -fx 'sleep 9999" + pid + "'").empty(); };
-    EXPECT_TRUE(capture(jvm.pid(), kJava, 1).timedOutAfterASecond());
+    const Capture half = capture(jvm.pid(), kJava, 1);
+    EXPECT_TRUE(half.timedOutAfterASecond());
+    EXPECT_EQ(1U, count(half.text, "\n\nhalf\n----- end " + pid + " -----\n")) << half.text;
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
     EXPECT_FALSE(isAsking());
     // When its caller dies it is killed or, once it has taken on another user, ends by itself,

@@ -82,7 +82,8 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         // At the same time: they wait for each other.
         std::future<Capture> captures[3];
         for (std::future<Capture>& each : captures) {
-            each = std::async(std::launch::async, [&] { return capture(target.pid()); });
+            each = std::async(std::launch::async,
+                              [&] { return capture(target.pid(), kNative, 40); });
         }
         for (std::future<Capture>& each : captures) {
             const Capture dump = each.get();
