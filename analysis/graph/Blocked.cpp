@@ -76,14 +76,12 @@ class Counter {
 
     // Once and in order, since walks come by a thread in any order and many times.
     void noteWaits() {
-        mOwnCalls.resize(mFindings.threads.size());
-        for (const Wait& wait : mFindings.waits) {
-            mHasDoubts = mHasDoubts || wait.isDoubtful;
-            OwnCall& own = mOwnCalls[wait.thread];
-            if (wait.call != kNone && mFindings.calls[wait.call].timeMs > own.timeMs) {
-                own = {mFindings.calls[wait.call].timeMs, wait.call};
-            }
+        for (const ThreadNode& each : mFindings.threads) {
+            int call = each.waitingCall;
+            mOwnCalls.push_back({call == kNone ? kNoTime : mFindings.calls[call].timeMs, call});
         }
+        mHasDoubts = std::any_of(mFindings.waits.begin(), mFindings.waits.end(),
+                                 [](const Wait& wait) { return wait.isDoubtful; });
     }
 
     void walk(Blocked* blocked) {

@@ -35,7 +35,7 @@ std::vector<int> walk(const Adjacency& graph, int first, std::vector<bool>* isVi
         if (!graph.isPool(vertex)) {
             members.push_back(vertex);
         }
-        size_t begin = open.size();
+        auto begin = static_cast<ptrdiff_t>(open.size());
         for (const Adjacency::Step& step : graph.from(vertex)) {
             open.push_back(step.vertex);
         }

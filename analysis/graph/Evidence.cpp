@@ -8,7 +8,9 @@ namespace stallscope {
 class Evidence::Collector {
   public:
     explicit Collector(const Evidence& evidence)
-          : mSnapshot(evidence.mSnapshot), mFindings(evidence.mFindings) {}
+          : mSnapshot(evidence.mSnapshot), mFindings(evidence.mFindings) {
+        mPlaces.reserve(kFew);
+    }
 
     bool isFull() const { return mPlaces.size() >= kMost; }
 
@@ -56,6 +58,8 @@ class Evidence::Collector {
     }
 
   private:
+    static constexpr size_t kFew = 8;  // what most have
+
     const Snapshot& mSnapshot;
     const Findings& mFindings;
     std::vector<Place> mPlaces;

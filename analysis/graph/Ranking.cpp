@@ -20,8 +20,10 @@ class Router {
         for (int vertex : mOpen) {
             mWays[vertex] = {kNone, kNone, end, 1};
         }
-        for (size_t i = 0; i < mOpen.size(); ++i) {
-            visitWaiters(mOpen[i], mOpen[i], end);
+        size_t next = 0;
+        while (next < mOpen.size()) {  // visiting adds to it
+            int vertex = mOpen[next++];
+            visitWaiters(vertex, vertex, end);
         }
         if (isReported) {
             addChains(chains);
@@ -63,7 +65,7 @@ class Router {
     }
 
     void addChains(std::vector<Chain>* chains) const {
-        size_t begin = chains->size();
+        auto begin = static_cast<ptrdiff_t>(chains->size());
         for (int each : mOpen) {
             const Way& way = mWays[each];
             if (way.length > 1 && mBackward.from(each).size() == 0) {

@@ -119,14 +119,26 @@ class Filer {
         }
     }
 
+    // To be parked is no wait, however long.
+    static bool isLonger(const Call& call, const Call& other) {
+        return call.code != kParkedCode &&
+               (other.code == kParkedCode || call.timeMs > other.timeMs);
+    }
+
     void fileStack(uint32_t header, ThreadNode* node) {
         mFindings->stacks[node->stacks.end++] = header;
         const BinderThread& thread = mLog.threads[header];
+        if (thread.frames.empty()) {
+            return;
+        }
+        int top = mTable.ofFrame[thread.frames.begin];
+        const std::vector<Call>& calls = mFindings->calls;
         if (waitingCallOf(mLog, thread) != nullptr) {
-            node->waitsInCall = true;
-        } else if (!thread.frames.empty() && node->serving == kNone &&
+            int& longest = node->waitingCall;
+            longest = longest == kNone || isLonger(calls[top], calls[longest]) ? top : longest;
+        } else if (node->serving == kNone &&
                    mLog.frames[thread.frames.begin].kind == LineKind::kIncoming) {
-            node->serving = mTable.ofFrame[thread.frames.begin];
+            node->serving = top;
         }
     }
 

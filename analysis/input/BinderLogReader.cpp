@@ -232,8 +232,8 @@ size_t scan(const TextPiece& piece, Scanner* scanner, LineCount* count) {
     return longest;
 }
 
-// Room for what a long log is likely to have, before its first piece. What is never used is never touched, while growing
-// by doubling touches all of it twice.
+// Room for what a long log is likely to have, before its first piece. What is never used is never
+// touched, while growing by doubling touches all of it twice.
 void reserveFor(size_t length, BinderLog* log) {
     log->sections.reserve(length / 1024);
     log->threads.reserve(length / 256);

@@ -38,7 +38,7 @@ bool DeadlockSummary::read(std::string_view line, Place place) {
         return false;
     }
     std::string_view rest = line;
-    if (beginsWith(line, "\"") && takeSuffix(&rest, "\":") && rest.size() > 0) {
+    if (beginsWith(line, "\"") && takeSuffix(&rest, "\":") && !rest.empty()) {
         mWaiter = rest.substr(1);
         mLock = {};
         return true;

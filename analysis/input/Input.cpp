@@ -193,7 +193,7 @@ std::string readInput(const std::string& file, const ReadProgress& progress, Sna
     return error;
 }
 
-std::string readText(std::string text, Snapshot* snapshot) {
+std::string readText(std::string_view text, Snapshot* snapshot) {
     snapshot->file = "-";
     snapshot->sources = {"text"};
     ZipBytes bytes = bytesOf(text);

@@ -18,8 +18,8 @@ using ReadProgress = std::function<void(uint64_t bytes)>;
 // snapshot. An empty string on success, else a sentence that says what is wrong and what to do.
 std::string readInput(const std::string& file, const ReadProgress& progress, Snapshot* snapshot);
 
-// The same for a text that is in memory, which the snapshot takes over. For tests and fuzzers.
-std::string readText(std::string text, Snapshot* snapshot);
+// The same for a text that is in memory, and is copied. For tests and fuzzers.
+std::string readText(std::string_view text, Snapshot* snapshot);
 
 }  // namespace stallscope
 

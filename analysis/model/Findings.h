@@ -68,10 +68,10 @@ struct ThreadNode {
     ThreadId id;
     std::string_view process;  // names; empty when they are not known
     std::string_view name;
-    IndexRange waits;          // in Findings::waits
-    IndexRange stacks;         // in Findings::stacks
-    int serving = kNone;       // the incoming call at the top of a stack
-    bool waitsInCall = false;  // also in one that is parked or whose receiver has gone
+    IndexRange waits;         // in Findings::waits
+    IndexRange stacks;        // in Findings::stacks
+    int serving = kNone;      // the incoming call at the top of a stack
+    int waitingCall = kNone;  // the longest that it waits in; a parked one if there is no other
     // Its stack, of the log's moment if there is one, and the section that this stands in.
     const DumpThread* dump = nullptr;
     const ThreadDump* dumpSection = nullptr;

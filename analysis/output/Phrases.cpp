@@ -41,7 +41,7 @@ std::string idleText(const ThreadNode& thread) {
     if (thread.id.isProcess()) {
         return "no thread of it is known to serve calls";
     }
-    if (thread.waitsInCall) {
+    if (thread.waitingCall != kNone) {
         return "in a call that is parked, or whose receiver has gone";
     }
     return thread.stacks.empty() ? "not in the log" : "in no call";
@@ -133,7 +133,7 @@ std::string doingText(const Findings& findings, const ThreadNode& thread) {
     std::string text;
     if (!thread.waits.empty()) {
         text = waitText(findings, findings.waits[thread.waits.begin]);
-    } else if (thread.serving != kNone && !thread.waitsInCall) {
+    } else if (thread.serving != kNone && thread.waitingCall == kNone) {
         const Call& call = findings.calls[thread.serving];
         text = "serving " + callText(call) + forText(call.timeMs);
     } else {

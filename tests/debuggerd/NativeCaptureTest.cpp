@@ -1,18 +1,54 @@
+#include <gmock/gmock.h>
 #include <sys/ioctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include <climits>
+#include <cstdarg>
 #include <future>
 #include <regex>
 
+#include "host/debuggerd/Deadline.h"
 #include "tests/debuggerd/Target.h"
+
+namespace android::test {
+
+thread_local std::string sLogged;
+
+int dive(int depth, void (*atTheGround)()) {
+    if (depth == 0) {
+        atTheGround();
+        return 0;
+    }
+    return dive(depth - 1, atTheGround) + 1;
+}
+
+void keepDiving() {
+    Target::ready();
+    for (int depth = 0; sForever; depth = (depth + 7) % 100) {
+        dive(depth, [] {});
+    }
+}
+
+}  // namespace android::test
+
+extern "C" int __android_log_print(int priority, const char* /*tag*/, const char* form, ...) {
+    char text[1000];
+    va_list values;
+    va_start(values, form);
+    vsnprintf(text, sizeof(text), form, values);
+    va_end(values);
+    const std::string line = text;
+    android::test::sLogged = "??VDIWEF"[priority] + line.substr(line.find("): ") + 2);
+    return 1;
+}
 
 namespace android::test {
 namespace {
 
 constexpr DebuggerdDumpType kNative = kDebuggerdNativeBacktrace;
+constexpr int kWriteFailed = static_cast<int>(CaptureResult::kWriteFailed);
 // A sanitizer adds threads that don't have it.
 constexpr char kWaitingFrame[] = "waitForever(int)+";
 
@@ -38,9 +74,11 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         kill(target.pid(), state == 'T' ? SIGSTOP : SIGCONT);
         ASSERT_TRUE(target.reachesState(state));
         const std::string pid = std::to_string(target.pid());
+        const std::string abi = outputOf("uname -m | sed s/aarch64/arm64/");
         const std::regex start("^\n\n----- pid " + pid +
                                " at [-0-9]{10} [:0-9]{8} -----\n"
-                               "Cmd line: .+\nABI: '.+'\n\n\".+\" sysTid=");
+                               "Cmd line: .+\nABI: '" +
+                               abi + "'\n\n\".+\" sysTid=");
         // At the same time: they wait for each other.
         std::future<Capture> captures[3];
         for (std::future<Capture>& each : captures) {
@@ -58,6 +96,29 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         kill(target.pid(), SIGCONT);
         EXPECT_TRUE(target.runsOn());
     }
+}
+
+// More frames than a second is enough for, on most machines. Nobody ends the capture process here.
+TEST(NativeCapture, CaptureThatIsCutShortSaysSo) {
+    Target target([] {
+        for (int i = 1; i < 500; ++i) {
+            std::thread(dive, 250, [] { waitForever(1); }).detach();
+        }
+        while (sWaiting < 499) {
+            usleep(1000);
+        }
+        waitWithThreads(1);
+    });
+    const TemporaryFile result;
+    const auto deadline = debuggerd::Deadline::after(std::chrono::milliseconds(500));
+    const std::string text =
+            outputOf(CAPTURE_PROGRAM " 0 " + std::to_string(target.pid()) + " " +
+                     std::to_string(deadline.nanoseconds()) + " $$ 3>" + result.path + "; true");
+    const bool isCut = count(text, "\n  (no time left to unwind it)\n") > 0 ||
+                       count(text, "\n  (did not stop in time; ") > 0;
+    EXPECT_EQ(std::string(1, isCut ? '\1' : '\0'), readFile(result.path));
+    EXPECT_EQ(500U, count(text, "\" sysTid="));
+    EXPECT_EQ(1U, count(text, "\n----- end "));
 }
 
 // At different times of its capture; whichever it hits, there is a whole section or none.
@@ -101,6 +162,18 @@ TEST(NativeCapture, FramesHaveDemangledNamesAndNamesCannotForgeLines) {
     EXPECT_EQ(1U, count(text, "\n\"a ----- end 1\" sysTid=")) << text;
     EXPECT_EQ(1U, count(text, "----- pid " + pid + " at ")) << text;
     EXPECT_EQ(1U, count(text, "\n\"Tgid: 1\" sysTid=" + pid)) << text;
+
+    Target deep([] { dive(200, [] { waitWithThreads(1); }); });
+    EXPECT_EQ(201U, count(capture(deep.pid()).text, "::dive(int, "));
+}
+
+// Its stack is the one of the moment when it stood still, though it runs on.
+TEST(NativeCapture, StackOfABusyThreadIsWhole) {
+    Target target(keepDiving);
+    for (int i = 0; i < 20; ++i) {
+        const std::string text = capture(target.pid()).text;
+        EXPECT_EQ(1U, count(text, "::keepDiving()+")) << text;
+    }
 }
 
 TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
@@ -113,19 +186,28 @@ TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
     Target target([] { waitWithThreads(1); });
     EXPECT_EQ(0, capture(target.pid(), kNative, INT_MAX).result);
     for (int seconds : {0, -1, INT_MIN}) {
-        EXPECT_TRUE(capture(target.pid(), kNative, seconds).failedAtOnce()) << seconds;
+        EXPECT_TRUE(capture(target.pid(), kNative, seconds).failedAtOnce(CaptureResult::kTimedOut));
     }
-    EXPECT_TRUE(capture(target.pid(), static_cast<DebuggerdDumpType>(3)).failedAtOnce());
-    // One of another tracer stays traced.
-    ASSERT_EQ(0, ptrace(PTRACE_SEIZE, target.pid(), nullptr, nullptr));
-    const Capture traced = capture(target.pid());
-    EXPECT_NE(0, traced.result);
-    EXPECT_EQ(0U, count(traced.text, kWaitingFrame));
-    EXPECT_EQ(std::to_string(getpid()), target.tracer());
+    EXPECT_TRUE(capture(target.pid(), static_cast<DebuggerdDumpType>(3))
+                        .failedAtOnce(CaptureResult::kUnsupported));
+    // One of another tracer stays traced. Of several threads the others are captured.
+    const std::string self = std::to_string(getpid());
+    for (int threads : {1, 2}) {
+        Target debugged([threads] { waitWithThreads(threads); });
+        ASSERT_EQ(0, ptrace(PTRACE_SEIZE, debugged.pid(), nullptr, nullptr));
+        const Capture traced = capture(debugged.pid());
+        EXPECT_TRUE(traced.ended(CaptureResult::kTraced));
+        EXPECT_THAT(traced.log, testing::StartsWith("E it is being traced; end the debugger "));
+        const std::string remark = "=" + std::to_string(debugged.pid()) +
+                                   "\n  (is being traced by process " + self + ")\n";
+        EXPECT_EQ(threads - 1U, count(traced.text, remark)) << traced.text;
+        EXPECT_EQ(threads - 1U, count(traced.text, kWaitingFrame));
+        EXPECT_EQ(self, debugged.tracer());
+    }
     kill(target.pid(), SIGKILL);
     EXPECT_TRUE(target.reachesState('Z'));
     for (pid_t pid : {target.pid(), INT_MAX, 0, -1}) {
-        EXPECT_TRUE(capture(pid).failedAtOnce()) << pid;
+        EXPECT_TRUE(capture(pid).failedAtOnce(CaptureResult::kNoSuchProcess)) << pid;
     }
 }
 
@@ -150,11 +232,23 @@ TEST(NativeCapture, UninterruptibleThreadCostsTheTimeOutButNotTheOtherThreads) {
     EXPECT_EQ(1U, count(late.text, "  (did not stop in time; wait channel: ")) << late.text;
     EXPECT_TRUE(target.runsOn());
 
+    // A capture process that crashes ends its capture.
+    auto crashed = std::async(std::launch::async, [&] { return capture(target.pid()); });
+    EXPECT_TRUE(eventually([&] { return target.tracer() != "0"; }));
+    kill(std::stoi(target.tracer()), SIGKILL);
+    EXPECT_TRUE(crashed.get().failedAtOnce(CaptureResult::kBroken));
+
     // A capture process that waits ends with its caller.
     pid_t tracer = 0;
     {
         Target caller = callerFor(target.pid());
         eventually([&] { return (tracer = std::stoi(target.tracer())) != 0; });
+        // It holds none of its caller's descriptors.
+        const auto pipe =
+                std::filesystem::read_symlink(procFile(getpid(), "fd/") + std::to_string(ends[0]));
+        const std::string held = outputOf("readlink " + procFile(tracer, "fd/*"));
+        EXPECT_LT(0U, count(held, "pipe:"));
+        EXPECT_EQ(0U, count(held, pipe));
     }
     EXPECT_NE(0, tracer);
     EXPECT_TRUE(eventually([&] { return kill(tracer, 0) != 0; }));
@@ -240,7 +334,7 @@ TEST_F(CaptureOutput, FailedWritesFailTheCaptureAndNotTheCaller) {
     ASSERT_EQ(0, pipe(mPipe));
     close(mPipe[0]);
     for (int fd : {open("/dev/full", O_WRONLY), open(mFile.path, O_RDONLY), mPipe[1], -1}) {
-        EXPECT_NE(0, dump(fd)) << fd;
+        EXPECT_EQ(kWriteFailed, dump(fd)) << fd;
     }
     // The only write is cut short, without a next one to fail.
     Target small([] { waitWithThreads(1); });
@@ -248,7 +342,7 @@ TEST_F(CaptureOutput, FailedWritesFailTheCaptureAndNotTheCaller) {
     getrlimit(RLIMIT_FSIZE, &before);
     const rlimit limit = {100, before.rlim_max};
     setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_NE(0, dump_backtrace_to_file_timeout(small.pid(), kNative, 10, mFile.fd));
+    EXPECT_EQ(kWriteFailed, dump_backtrace_to_file_timeout(small.pid(), kNative, 10, mFile.fd));
     setrlimit(RLIMIT_FSIZE, &before);
 }
 

@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "host/debuggerd/CaptureResult.h"
 #include "tests/support/TestSupport.h"
 
 namespace android::test {
@@ -75,15 +76,24 @@ class Target {
     pid_t mPid;
 };
 
+using debuggerd::CaptureResult;
+
+// What the library has logged last on this thread.
+extern thread_local std::string sLogged;
+
 // One call of the library with its output.
 struct Capture {
+    bool ended(CaptureResult how) const { return result == static_cast<int>(how); }
     // Without waiting for the time-out, which is longer even on a busy machine.
-    bool failedAtOnce() const { return result != 0 && text.empty() && seconds < 5; }
-    bool timedOutAfterASecond() const { return result != 0 && seconds > 0.8 && seconds < 5; }
+    bool failedAtOnce(CaptureResult how) const { return ended(how) && text.empty() && seconds < 5; }
+    bool timedOutAfterASecond() const {
+        return ended(CaptureResult::kTimedOut) && seconds > 0.8 && seconds < 5;
+    }
 
     int result = -1;
     double seconds = 0;
     std::string text;
+    std::string log;  // priority and reason
 };
 
 inline Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace,
@@ -91,19 +101,22 @@ inline Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBackt
     using Clock = std::chrono::steady_clock;
     TemporaryFile file;
     Capture capture;
+    sLogged.clear();
     const Clock::time_point start = Clock::now();
     capture.result = dump_backtrace_to_file_timeout(pid, type, seconds, file.fd);
     capture.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     capture.text = readFile(file.path);
+    capture.log = sLogged;
     return capture;
 }
 
 // Captures for ever.
-inline Target callerFor(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace) {
+inline Target callerFor(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace,
+                        int seconds = 30) {
     return Target([=] {
         Target::ready();
         for (int null = open("/dev/null", O_WRONLY);;) {
-            dump_backtrace_to_file_timeout(pid, type, 30, null);
+            dump_backtrace_to_file_timeout(pid, type, seconds, null);
         }
     });
 }

@@ -66,7 +66,7 @@ void addOpen(const std::string& path, int flags, mode_t mode) {
     addEvent(event + ((flags & O_CREAT) != 0 ? base::StringPrintf(" %#o", mode) : ""));
 }
 
-size_t sFormerThreads = 0;
+size_t sFormerThreads = SIZE_MAX;
 size_t sFormerDescriptors = 0;
 
 // One at a time: each has a descriptor that others would count.
@@ -126,7 +126,8 @@ void resetFakes() {
     takeEvents();
     scriptCaptures(writeCapture);
     sStoppedClockNs = kRunning;
-    sFormerThreads = countOwn("task");
+    // One that was joined a moment ago may still be listed.
+    sFormerThreads = std::min(sFormerThreads, countOwn("task"));
     sFormerDescriptors = countOwn("fd");
 }
 

@@ -155,6 +155,22 @@ TEST_F(FilesTest, FifosHoldCapturesAndListingsUntilTheyHaveAReader) {
     EXPECT_EQ(takeLog().back(), "E syncFile: Error syncing file");
 }
 
+// Of the test itself, whose folder is a real one; and of the longest link that there can be.
+TEST_F(FilesTest, ListingHasEveryDescriptorWithItsWholeTarget) {
+    link("/proc/42", std::string(kRealProc) + "/self");
+    const int fd = open("a file", O_WRONLY | O_CREAT, 0666);
+    const int entries = std::stoi(callMethod(*mService, {"getFdSize", "42"}).result);
+    callMethod(*mService, {"catchFdInfo", "list", "42"});
+    close(fd);
+    const Texts listed = linesOf(readFile("list"));
+    EXPECT_EQ(static_cast<int>(listed.size()) + 1, entries);
+    EXPECT_THAT(listed, Contains("/proc/42/fd/" + std::to_string(fd) + " -> " +
+                                 (mFolder / "a file").string()));
+    link("/proc/43/fd/3", std::string(kPage - 1, 'x'));
+    ask({"catchFdInfo", "list", "43"});
+    EXPECT_EQ(readFile("list"), "/proc/43/fd/3 -> " + std::string(kPage - 1, 'x') + "\n");
+}
+
 TEST_F(FilesTest, FolderRemovedMeanwhileLosesTheRestOfTheList) {
     fs::create_directory("removed");
     scriptCaptures([](int, DebuggerdDumpType, int) {

@@ -1,6 +1,9 @@
 #include "service/StallScopeService.h"
 
+#include <linux/capability.h>
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
@@ -56,6 +59,20 @@ TEST_F(Service, EndsTheDaemonWhenNoThreadCanBeStarted) {
         };
         EXPECT_DEATH(runAsDaemon(ask), "Resource temporarily unavailable") << call[0];
     }
+}
+
+TEST_F(Service, EndsTheDaemonWhenAFolderIsClosedToIt) {
+    const std::filesystem::path closed = mFolder / "closed";
+    std::filesystem::create_directories(closed / "folder");
+    std::filesystem::permissions(closed, std::filesystem::perms::none);
+    const auto ask = [&] {
+        __user_cap_header_struct version = {_LINUX_CAPABILITY_VERSION_3, 0};
+        const __user_cap_data_struct none[2] = {};  // root's own would open any folder
+        syscall(SYS_capset, &version, none);
+        callMethod(*service, {"dumpTraceWithBinderInfo", "1", "false", "", closed / "folder/file"});
+    };
+    EXPECT_DEATH(runAsDaemon(ask), "Permission denied");
+    std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
 }
 
 TEST_F(Service, ServesConcurrentCalls) {

@@ -54,6 +54,7 @@ namespace test {
 
 // The log in the working directory, parsed, tells of the format that was chosen before.
 int printStart() {
+    signal(SIGPIPE, SIG_DFL);  // whatever the caller's is
     BinderLogParser parser;
     parser.parse("log");
     const int status = daemonMain();

@@ -45,6 +45,7 @@ TEST_F(TraceDump, CapturesEachPidOnceAndItselfOnlyAsJava) {
         line = "D dumpTraceAndBinderInfo: " + line;
     }
     EXPECT_EQ(takeEvents("D"), isDebugOn() ? log : Texts());
+    scriptCaptures([](int, DebuggerdDumpType, int) { return 1; });
     runTraceDump(task);
     EXPECT_EQ(takeEvents("c"),
               (Texts{"captures java 30 for 1 s", "captures java " + self + " for 1 s",

@@ -43,6 +43,8 @@ TEST(TransactionGrammar, ReadsADurationOrSaysWhyNot) {
         EXPECT_EQ(BinderLogParser::extractDuration(text), 0.0);
         EXPECT_EQ(takeLog(), Texts{"E extractDuration: Duration parse error : " + text});
     }
+    BinderLogParser::parseTransactionBelow6_1("from 1:2 to 3:4 code 5 duration . s", "x");
+    EXPECT_EQ(takeLog(), Texts{"E extractDuration: Duration parse error : ."});
 }
 
 // A line's duration is the number that strtod reads, by whatever way.

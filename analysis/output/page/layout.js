@@ -5,11 +5,11 @@
 // once, so that thousands take no time. Positions are along and across the flow first, x and y
 // last.
 
-const kWidth = 244;
+const kWidth = 232;
 const kHeight = 46;
 const kEndHeight = 66;
 const kGap = {
-    along: 104,
+    along: 96,
     alongDown: 58,
     across: 12,
     tree: 56,

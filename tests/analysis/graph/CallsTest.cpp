@@ -41,6 +41,8 @@ TEST(Calls, SaysWhoHoldsUpTheStagedServices) {
             "94:94 blocks 3/3 -\n98:98 blocks 3/3 -\n94:102 blocks 1/1 -\n94:110 blocks 1/1 -\n"
             "96:96 blocks 1/1 -\ndry 98 2 -\nbacklog 96/7 2 -\n",
             answerTo(readSample("transactions-6.1.txt")));
+    EXPECT_EQ("mixed 263:269>264:305>264:270>263:308 blocks 2/1\n",
+              answerTo(readSample("staged-lock-call.txt")));
 }
 
 TEST(Calls, FollowsTheTopOfAStackAlone) {
@@ -70,6 +72,12 @@ TEST(Calls, FollowsTheTopOfAStackAlone) {
             proc(10, "hwbinder") + thread(10) + out(1, "10:10", "20:20", 5000) + proc(10) +
                     thread(10) + out(2, "10:10", "30:30"),
             "20:20 blocks 1/1 5000\n30:30 blocks 1/1 5000\n"},
+           {"a wait is as long as its thread's longest call, without receiver as well, but not "
+            "parked",
+            proc(10, "hwbinder") + thread(10) + out(1, "10:10", "0:0", 5000) + thread(11) +
+                    out(2, "10:11", "20:20", 9000, "code 5f434d44 flags 10") + proc(10) +
+                    thread(10) + out(3, "10:10", "30:30") + thread(11) + out(4, "10:11", "30:31"),
+            "30:30 blocks 1/1 5000\n30:31 blocks 1/1 2000\n"},
            {"below the threshold or of unknown time",
             proc(10) + thread(10) + out(1, "10:10", "20:20", 999) + thread(11) +
                     out(2, "10:11", "20:21", 1000) + thread(12) + out(3, "10:12", "20:22", -1),
