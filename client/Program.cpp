@@ -9,7 +9,6 @@
 
 #include "client/Completion.h"
 #include "client/Help.h"
-#include "client/KernelLog.h"
 #include "packaging/Version.h"
 
 namespace android {
@@ -46,12 +45,12 @@ Result ask(const Command& command, const Request& request) {
     return command.run(request);
 }
 
-Result answer(const Command& command, Arguments* arguments, const Finder& find,
+Result answer(const Command& command, Arguments* arguments, const Sources& sources,
               std::string* output) {
     sp<IStallscope> service;
     Result result = checkArguments(command, arguments);
     if (!result.failed()) {
-        result = connect(find, arguments->json, &service);
+        result = connect(sources.find, arguments->json, &service);
     }
     if (result.failed()) {
         return result;
@@ -61,7 +60,7 @@ Result answer(const Command& command, Arguments* arguments, const Finder& find,
     const Request request{service, *arguments, FileState::of(arguments->file), &report};
     result = ask(command, request);
     if (!result.failed() && command.readsLog == ReadsLog::kYes) {
-        noteCutLog(kKernelLog, &report);
+        noteCutLog(sources.kernelLog, &report);
     }
     if (!result.failed() && arguments->waitSecs > 0) {
         result = followFile(request);
@@ -70,7 +69,7 @@ Result answer(const Command& command, Arguments* arguments, const Finder& find,
     return result;
 }
 
-Result runCommand(const Command& command, const std::vector<Word>& words, const Finder& find,
+Result runCommand(const Command& command, const std::vector<Word>& words, const Sources& sources,
                   std::string* output) {
     Arguments arguments;
     Result result = parseArguments(command.syntax, words, &arguments);
@@ -90,7 +89,7 @@ Result runCommand(const Command& command, const std::vector<Word>& words, const 
         *output = kVersionLine;
         return {};
     }
-    return answer(command, &arguments, find, output);
+    return answer(command, &arguments, sources, output);
 }
 
 Result runWithoutCommand(const std::vector<Word>& words, std::string* output) {
@@ -121,7 +120,7 @@ Result handOver(const std::vector<std::string>& words) {
                              "; it comes with the analysis, put it into PATH"};
 }
 
-Result runWords(std::vector<Word> words, const Finder& find, std::string* output) {
+Result runWords(std::vector<Word> words, const Sources& sources, std::string* output) {
     // Options may stand before the command as well.
     const auto name = std::find_if(words.begin(), words.end(),
                                    [](const Word& word) { return !word.isOption; });
@@ -133,12 +132,13 @@ Result runWords(std::vector<Word> words, const Finder& find, std::string* output
         return {kUsage, "unknown command " + printable(name->text) + "; see stallscopectl --help"};
     }
     words.erase(name);
-    return runCommand(*command, words, find, output);
+    return runCommand(*command, words, sources, output);
 }
 
 }  // namespace
 
-Result runProgram(const std::vector<std::string>& words, const Finder& find, std::string* output) {
+Result runProgram(const std::vector<std::string>& words, const Sources& sources,
+                  std::string* output) {
     if (!words.empty() && words[0] == "--complete") {  // the shell's completion asks
         *output = completion({words.begin() + 1, words.end()});
         return {};
@@ -148,7 +148,7 @@ Result runProgram(const std::vector<std::string>& words, const Finder& find, std
         return handOver({words.begin() + 1, words.end()});
     }
     const std::vector<Word> split = splitWords(words, allOptions());
-    Result result = runWords(split, find, output);
+    Result result = runWords(split, sources, output);
     // Where the line has an error, its --json counts even behind that.
     const bool json = std::any_of(split.begin(), split.end(),
                                   [](const Word& word) { return word.option == &kJson; });

@@ -4,14 +4,22 @@
 #include <functional>
 
 #include "client/Commands.h"
+#include "client/KernelLog.h"
 
 namespace android {
 
 using Finder = std::function<Result(std::atomic<const char*>* obstacle, sp<IStallscope>* service)>;
 
-// Does what the words behind the program's name ask for, with the service that find finds, and
-// sets output to what standard output is to get. May end the process: see leave.
-Result runProgram(const std::vector<std::string>& words, const Finder& find, std::string* output);
+// Where the answers come from: on a device, or in a test.
+struct Sources {
+    Finder find = findService;
+    std::string kernelLog = kKernelLog;
+};
+
+// Does what the words behind the program's name ask for and sets output to what standard output is
+// to get. May end the process: see leave.
+Result runProgram(const std::vector<std::string>& words, const Sources& sources,
+                  std::string* output);
 
 // How long to wait for the reply: as long as --wait-reply says, but no capture that has a time of
 // its own is given up before that is over.

@@ -1,11 +1,8 @@
-#include "client/KernelLog.h"
 #include "client/Program.h"
 
 #include <android-base/file.h>
 #include <android-base/strings.h>
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -14,13 +11,6 @@
 #include <sstream>
 
 #include "tests/support/TestSupport.h"
-
-// The kernel's log, which libbase opens by this function, is a file of the test.
-static const char* sKernelLog = "/missing";
-extern "C" int open64(const char* path, int flags, ...) {
-    const char* const opened = strcmp(path, android::kKernelLog) == 0 ? sKernelLog : path;
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, opened, flags, 0600));
-}
 
 namespace android {
 
@@ -128,7 +118,7 @@ struct FakeService : zevo::stallscope::IStallscopeDefault {
 };
 
 // What the program does and says when it is called with line, in the form of answers.txt.
-Text answer(const Text& line) {
+Text answer(const Text& line, const Text& kernelLog = "/missing") {
     std::istringstream stream(line);
     Texts words;
     for (Text word; stream >> std::quoted(word, '\'');) {
@@ -140,7 +130,7 @@ Text answer(const Text& line) {
         return Result();
     };
     Text output;
-    const Result result = runProgram({words.begin() + 1, words.end()}, find, &output);
+    const Result result = runProgram({words.begin() + 1, words.end()}, {find, kernelLog}, &output);
     const Text call = service->mCall.empty() ? "" : "> " + service->mCall + "\n";
     const Text error = result.failed() ? "error: " + result.error + "\n" : "";
     const Text all = call + output + error + "exit " + std::to_string(result.status) + "\n";
@@ -171,7 +161,6 @@ TEST(ProgramTest, EveryCommandLineHasItsAnswer) {
 TEST(ProgramTest, AnswersFromAKernelsLogThatMayBeCutSaySo) {
     const TemporaryFile log;
     std::ofstream(log.path) << std::string(4095, '\n');
-    sKernelLog = log.path;
     const std::pair<const char*, bool> rows[] = {
             {"transaction 5000001", true},
             {"async 5000001 1", true},
@@ -183,10 +172,9 @@ TEST(ProgramTest, AnswersFromAKernelsLogThatMayBeCutSaySo) {
             {"dump-list --async /dev/null subject 1", false},
             {"dump-binder --no-binder-info 1 /dev/null", true}};
     for (const auto& [words, isNoted] : rows) {
-        const Text text = answer("stallscopectl --force --json " + Text(words));
+        const Text text = answer("stallscopectl --force --json " + Text(words), log.path);
         EXPECT_EQ(isNoted, text.find(",\"logMayBeCut\":true}\n") != Text::npos) << text;
     }
-    sKernelLog = "/missing";
 }
 
 TEST(ProgramTest, ALookUpOrACallThatHangsEndsTheProgram) {
@@ -198,7 +186,7 @@ TEST(ProgramTest, ALookUpOrACallThatHangsEndsTheProgram) {
     Text output;
     const auto run = [&] {
         dup2(STDERR_FILENO, STDOUT_FILENO);
-        (void)runProgram({"fds", "1", "--force", "--json"}, hang, &output);
+        (void)runProgram({"fds", "1", "--force", "--json"}, {hang}, &output);
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(kNoService),
                 "stallscopectl: no service within 5 seconds: it hangs\n"

@@ -58,7 +58,9 @@ TEST_F(JavaCapture, JvmSurvivesItsStartAndPrintsItsThreads) {
 }
 
 TEST_F(JavaCapture, OnlyRunningJvmsThatTakeSigquitAreAsked) {
-    setJattach("kill -QUIT $1; printf 'Connected to remote JVM\nJVM response code = 0\nthreads\n'");
+    setJattach(
+            "kill -QUIT $1; printf 'Connected to remote '; sleep 0.1; "
+            "printf 'JVM\nJVM response code = 0\nthreads\n'");
     const std::tuple<const char*, bool, const char*, int, bool> cases[] = {
             {"libjvm.so", true, "", SIGCONT, true},
             {"libjvm.so", false, "", SIGCONT, false},
@@ -90,18 +92,20 @@ TEST_F(JavaCapture, JattachThatFailsOrHangsLeavesNothingBehind) {
     Target jvm([this] { lookLikeJvm("libjvm.so", true); });
     const std::string pid = std::to_string(jvm.pid());
     // The file by which it asks would make the next SIGQUIT an attempt to attach.
-    const std::string file = ".attach_pid" + pid;
-    setJattach("touch " + file + " /tmp/" + file +
-               "; printf 'Connected to remote JVM\nJVM response code = 1\n'");
+    const std::string requests[] = {path(".attach_pid" + pid), "/tmp/.attach_pid" + pid};
+    const std::string request = "touch " + requests[0] + " " + requests[1] + "; ";
+    auto isAsking = [&] {
+        return !access(requests[0].c_str(), F_OK) || !access(requests[1].c_str(), F_OK);
+    };
+    setJattach(request + "printf 'Connected to remote JVM\nJVM response code = 1\n'");
     EXPECT_TRUE(capture(jvm.pid(), kJava).failedAtOnce(CaptureResult::kJvmFailed));
-    EXPECT_NE(0, access(path(file).c_str(), F_OK));
-    EXPECT_NE(0, access(("/tmp/" + file).c_str(), F_OK));
+    EXPECT_FALSE(isAsking());
 
-    setJattach("touch " + file + "; exec sleep 9999" + pid);
+    setJattach(request + "exec sleep 9999" + pid);
     auto hangs = [&] { return !outputOf("pgrep -fx 'sleep 9999" + pid + "'").empty(); };
     EXPECT_TRUE(capture(jvm.pid(), kJava, 1).timedOutAfterASecond());
     EXPECT_TRUE(eventually([&] { return !hangs(); }));
-    EXPECT_NE(0, access(path(file).c_str(), F_OK));
+    EXPECT_FALSE(isAsking());
     // When its caller dies it is killed or, once it has taken on another user, ends by itself,
     // whatever signals the caller keeps off.
     sigset_t alarms;

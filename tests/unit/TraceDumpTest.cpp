@@ -54,6 +54,7 @@ TEST_F(TraceDump, CapturesEachPidOnceAndItselfOnlyAsJava) {
 
 TEST_F(TraceDump, CapturesItselfLikeOthersByItsName) {
     const std::string self = std::to_string(getpid());
+    fs::create_directory("out");
     writeFile("/proc/" + self + "/cmdline", "stallscope");
     task = {{}, {self}, {"stallscope"}, "out/trace", true};
     runTraceDump(task);
