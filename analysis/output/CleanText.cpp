@@ -48,11 +48,9 @@ std::string cleanText(std::string_view text) {
     while (!text.empty()) {
         uint32_t character = 0;
         size_t length = characterLength(text, &character);
-        if (length == 0) {
-            clean += kReplacement;
-        } else if (character == '\t' || character == '\n' || character == '\r') {
+        if (character == '\t' || character == '\n' || character == '\r') {
             clean += ' ';
-        } else if (isControl(character)) {
+        } else if (length == 0 || isControl(character)) {
             clean += kReplacement;
         } else {
             clean += text.substr(0, length);
