@@ -48,7 +48,7 @@ std::string cleanText(std::string_view text) {
     while (!text.empty()) {
         uint32_t character = 0;
         size_t length = characterLength(text, &character);
-        if (character == '\t' || character == '\n' || character == '\r') {
+        if (length == 1 && (character == '\t' || character == '\n' || character == '\r')) {
             clean += ' ';
         } else if (length == 0 || isControl(character)) {
             clean += kReplacement;
