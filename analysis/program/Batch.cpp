@@ -3,10 +3,8 @@
 #include <malloc.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <condition_variable>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -154,8 +152,10 @@ int answerLiveSystem(Work* work) {
 }
 
 int finishAnswer(const Answer& answer) {
-    if (fflush(stdout) != 0) {
-        fprintf(stderr, "stallscope-analyze: Can't write: %s\n", strerror(errno));
+    // What failed before the last piece shows in ferror() alone, and errno has been others' since.
+    if (fflush(stdout) != 0 || ferror(stdout) != 0) {
+        fputs("stallscope-analyze: Can't write the whole answer: is there room where it goes?\n",
+              stderr);
         return kInputError;
     }
     if (!answer.error.empty()) {
