@@ -40,36 +40,34 @@ bool isControl(uint32_t character) {
            character == 0xffff;
 }
 
+// The text with what `shown` makes of each character, and U+FFFD for each byte that is part of
+// none.
+template <typename Shown>
+std::string eachShown(std::string_view text, Shown shown) {
+    std::string all;
+    all.reserve(text.size());
+    while (!text.empty()) {
+        uint32_t character = 0;
+        size_t length = characterLength(text, &character);
+        all += length == 0 ? kReplacement : shown(character, text.substr(0, length));
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return all;
+}
+
 }  // namespace
 
 std::string cleanText(std::string_view text) {
-    std::string clean;
-    clean.reserve(text.size());
-    while (!text.empty()) {
-        uint32_t character = 0;
-        size_t length = characterLength(text, &character);
-        if (length == 1 && (character == '\t' || character == '\n' || character == '\r')) {
-            clean += ' ';
-        } else if (length == 0 || isControl(character)) {
-            clean += kReplacement;
-        } else {
-            clean += text.substr(0, length);
+    return eachShown(text, [](uint32_t character, std::string_view bytes) -> std::string_view {
+        if (character == '\t' || character == '\n' || character == '\r') {
+            return " ";
         }
-        text.remove_prefix(length == 0 ? 1 : length);
-    }
-    return clean;
+        return isControl(character) ? kReplacement : bytes;
+    });
 }
 
 std::string validText(std::string_view text) {
-    std::string valid;
-    valid.reserve(text.size());
-    while (!text.empty()) {
-        uint32_t character = 0;
-        size_t length = characterLength(text, &character);
-        valid += length == 0 ? kReplacement : text.substr(0, length);
-        text.remove_prefix(length == 0 ? 1 : length);
-    }
-    return valid;
+    return eachShown(text, [](uint32_t, std::string_view bytes) { return bytes; });
 }
 
 std::string shortened(std::string text, size_t most) {
