@@ -78,6 +78,8 @@ class Target {
 
 using debuggerd::CaptureResult;
 
+inline constexpr DebuggerdDumpType kNative = kDebuggerdNativeBacktrace;
+
 // What the library has logged last on this thread.
 extern thread_local std::string sLogged;
 
@@ -96,8 +98,7 @@ struct Capture {
     std::string log;  // priority and reason
 };
 
-inline Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace,
-                       int seconds = 10) {
+inline Capture capture(pid_t pid, DebuggerdDumpType type = kNative, int seconds = 10) {
     using Clock = std::chrono::steady_clock;
     TemporaryFile file;
     Capture capture;
@@ -111,8 +112,7 @@ inline Capture capture(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBackt
 }
 
 // Captures for ever.
-inline Target callerFor(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBacktrace,
-                        int seconds = 30) {
+inline Target callerFor(pid_t pid, DebuggerdDumpType type = kNative, int seconds = 30) {
     return Target([=] {
         Target::ready();
         for (int null = open("/dev/null", O_WRONLY);;) {
@@ -123,6 +123,9 @@ inline Target callerFor(pid_t pid, DebuggerdDumpType type = kDebuggerdNativeBack
 
 inline std::atomic<int> sWaiting = 0;
 inline volatile bool sForever = true;  // or the compiler warns that the functions below don't end
+
+// In dumps, of a thread in waitForever. A sanitizer adds threads that don't have it.
+inline constexpr char kWaitingFrame[] = "waitForever(int)+";
 
 // What targets do, under names to look for in dumps. Each of the threads ends up in waitForever.
 inline __attribute__((noinline)) void waitForever(int number) {
