@@ -1,9 +1,5 @@
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +14,7 @@
 #include <thread>
 
 #include "benchmarks/request/FloorWork.h"
+#include "benchmarks/request/Load.h"
 #include "diagnostics/OutgoingTransactionReport.h"
 #include "zevo/stallscope/IStallscope.h"
 
@@ -45,74 +42,9 @@ double quantile(std::vector<double> values, double share) {
     return values[std::min(values.size() - 1, static_cast<size_t>(values.size() * share))];
 }
 
-pid_t start(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    pid_t pid = 0;
-    if (posix_spawn(&pid, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
-        perror(arguments[0]);
-        exit(1);
-    }
-    return pid;
-}
-
-void stop(pid_t pid) {
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-}
-
 // Null while it is not registered; never has it started.
 sp<IBinder> findService() {
     return defaultServiceManager()->checkService(String16(kServiceName));
-}
-
-// One process whose threads are all in calls to another.
-class Load {
-  public:
-    Load(const std::string& stageProcess, size_t calls) {
-        mServer = start({stageProcess, "--cmdline", "load.server", "--serve", "stage.load",
-                         "--threads", std::to_string(calls)});
-        std::vector<std::string> words = {stageProcess, "--cmdline", "load.caller"};
-        for (size_t i = 0; i < calls; ++i) {
-            words.push_back("--extra-thread");
-            words.push_back("load-" + std::to_string(i) + "=call:stage.load");
-        }
-        mCaller = start(words);
-        size_t before = 0;
-        do {
-            before = mSeen;
-            usleep(1'500'000);
-            mSeen = callsOf(mCaller).size();
-        } while (mSeen == 0 || mSeen != before);
-    }
-    ~Load() {
-        stop(mCaller);
-        stop(mServer);
-    }
-
-    pid_t caller() const { return mCaller; }
-    // How many of the calls are in the log.
-    size_t seen() const { return mSeen; }
-
-  private:
-    pid_t mServer;
-    pid_t mCaller;
-    size_t mSeen = 0;
-};
-
-// The kernel prints its log into a buffer that it doubles when it is full, unless that happens
-// within a thread's first line: then it leaves out the rest. Where that happens differs from load
-// to load, so try for one that is whole.
-std::unique_ptr<Load> wholeLoad(const std::string& stageProcess, size_t calls) {
-    std::unique_ptr<Load> load;
-    for (int attempts = 0; attempts < 10 && (load == nullptr || load->seen() < calls); ++attempts) {
-        load.reset();
-        load = std::make_unique<Load>(stageProcess, calls);
-    }
-    return load;
 }
 
 using Lists = std::array<Texts, 8>;
