@@ -26,14 +26,14 @@ struct OptionalLists {
     }
 };
 
-void appendOptional(const BinderTransaction& call, const CallTexts& texts,
-                    const OptionalLists& lists) {
+// Takes the texts away but for the receiver's command line, which is still to be looked at.
+void appendOptional(const BinderTransaction& call, CallTexts* texts, const OptionalLists& lists) {
     if (!lists.areComplete()) {
         return;
     }
-    lists.senderCmdlines->push_back(texts.senderCmdline);
-    lists.receiverCmdlines->push_back(texts.receiverCmdline);
-    lists.elapsedTexts->push_back(texts.elapsed);
+    lists.senderCmdlines->push_back(std::move(texts->senderCmdline));
+    lists.receiverCmdlines->push_back(texts->receiverCmdline);
+    lists.elapsedTexts->push_back(std::move(texts->elapsed));
     lists.senderPids->push_back(std::to_string(call.fromPid));
     lists.receiverPids->push_back(std::to_string(call.toPid));
 }
@@ -62,7 +62,7 @@ bool getBinderTransactions(int pid, BinderLogParser& parser, std::vector<std::st
         std::string line = namedLine("outgoing transaction", call, texts);
         LOG_LINE(ANDROID_LOG_DEBUG, kReport, "transaction line:  %s", line.c_str());
         lines->push_back(std::move(line));
-        appendOptional(call, texts, optional);
+        appendOptional(call, &texts, optional);
 
         std::string receiver = std::to_string(call.toPid);
         if (isPidInLists(kReport, receiver, lists) || !leadsOn(sender, call)) {

@@ -9,8 +9,8 @@
 
 namespace android {
 
-ReadResult readUpTo(const std::string& path, char delimiter, std::string* text) {
-    base::unique_fd file(TEMP_FAILURE_RETRY(open(path.c_str(), O_RDONLY | O_CLOEXEC)));
+ReadResult readUpTo(const char* path, char delimiter, std::string* text) {
+    base::unique_fd file(TEMP_FAILURE_RETRY(open(path, O_RDONLY | O_CLOEXEC)));
     if (file.get() < 0) {
         return ReadResult::CannotOpen;
     }

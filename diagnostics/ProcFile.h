@@ -13,7 +13,7 @@ enum class ReadResult {
 
 // Reads a file up to, not including, the first `delimiter`, or to its end, which a read error
 // counts as. `text` is replaced unless the file can't be opened.
-ReadResult readUpTo(const std::string& path, char delimiter, std::string* text);
+ReadResult readUpTo(const char* path, char delimiter, std::string* text);
 
 }  // namespace android
 

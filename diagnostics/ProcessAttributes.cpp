@@ -1,8 +1,12 @@
 #include "diagnostics/ProcessAttributes.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <cstring>
+#include <iterator>
 #include <limits>
+#include <string_view>
 
 #include "diagnostics/ProcFile.h"
 #include "diagnostics/ProcessClassification.h"
@@ -12,8 +16,17 @@ namespace android {
 
 namespace {
 
-std::string procPath(int pid, const char* file) {
-    return "/proc/" + std::to_string(pid) + file;
+// Reads /proc/PID/NAME up to the delimiter. When it can't be opened, that is logged for `function`,
+// and `text` stays as it is. A report reads four files for each of its lines: their paths are put
+// together without a string, a sixth of the report's own instructions.
+void readProcFile(const char* function, int pid, std::string_view name, char delimiter,
+                  std::string* text) {
+    char path[sizeof("/proc/-2147483648/oom_score_adj")] = "/proc/";
+    char* end = std::to_chars(path + strlen(path), std::end(path), pid).ptr;
+    name.copy(end, std::end(path) - end - 1);
+    if (readUpTo(path, delimiter, text) == ReadResult::CannotOpen) {
+        LOG_LINE(ANDROID_LOG_ERROR, function, "Failed to open %s", path);
+    }
 }
 
 // `text` as the kernel writes it: "-900\n". What is not a number leaves the default.
@@ -31,29 +44,20 @@ int parseOomAdj(const std::string& text) {
 }  // namespace
 
 std::string getProcessCmdline(int pid) {
-    std::string path = procPath(pid, "/cmdline");
     std::string cmdline = "unknown";
-    if (readUpTo(path, '\0', &cmdline) == ReadResult::CannotOpen) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to open %s", path.c_str());
-    }
+    readProcFile(__func__, pid, "/cmdline", '\0', &cmdline);
     return cmdline;
 }
 
 std::string getProcessComm(int pid) {
-    std::string path = procPath(pid, "/comm");
     std::string comm = "unknown";
-    if (readUpTo(path, '\n', &comm) == ReadResult::CannotOpen) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to open %s", path.c_str());
-    }
+    readProcFile(__func__, pid, "/comm", '\n', &comm);
     return comm;
 }
 
 int getOomAdjOfPid(int pid) {
-    std::string path = procPath(pid, "/oom_score_adj");
     std::string text;
-    if (readUpTo(path, '\0', &text) == ReadResult::CannotOpen) {
-        LOG_LINE(ANDROID_LOG_ERROR, __func__, "Failed to open %s", path.c_str());
-    }
+    readProcFile(__func__, pid, "/oom_score_adj", '\0', &text);
     return parseOomAdj(text);
 }
 

@@ -26,9 +26,9 @@ CallTexts readCallTexts(const BinderTransaction& transaction) {
 
 std::string namedLine(const char* kind, const BinderTransaction& transaction,
                       const CallTexts& texts) {
-    std::string line(kind);
+    std::string line;
     line.reserve(256);  // most lines, in one allocation
-    line.append(" from ");
+    line.append(kind).append(" from ");
     appendEndpoint(&line, transaction.fromPid, texts.senderCmdline, transaction.fromTid,
                    texts.senderThread);
     line.append(" to ");

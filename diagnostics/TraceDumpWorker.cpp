@@ -55,7 +55,7 @@ void dumpPeers(const TraceDumpTask& task, DumpedPids* dumped) {
 // reads as one word with them. False when there is none, as for a kernel thread.
 bool readJoinedCmdline(const char* name, std::string* cmdline) {
     std::string path = std::string("/proc/") + name + "/cmdline";
-    if (readUpTo(path, '\n', cmdline) != ReadResult::Text) {
+    if (readUpTo(path.c_str(), '\n', cmdline) != ReadResult::Text) {
         return false;
     }
     cmdline->erase(std::remove(cmdline->begin(), cmdline->end(), '\0'), cmdline->end());
