@@ -45,12 +45,13 @@ TEST_F(ProcessAttributes, ReadsTheFirstElementLineOrNumber) {
 }
 
 TEST_F(ProcessAttributes, GivesDefaultsForAProcessThatHasGone) {
-    EXPECT_EQ(getProcessCmdline(-41), "unknown");
-    EXPECT_EQ(getProcessComm(-41), "unknown");
-    EXPECT_EQ(getOomAdjOfPid(-41), -1000);
-    EXPECT_EQ(takeLog(), (Texts{"E getProcessCmdline: Failed to open /proc/-41/cmdline",
-                                "E getProcessComm: Failed to open /proc/-41/comm",
-                                "E getOomAdjOfPid: Failed to open /proc/-41/oom_score_adj"}));
+    EXPECT_EQ(getProcessCmdline(INT_MIN), "unknown");
+    EXPECT_EQ(getProcessComm(INT_MIN), "unknown");
+    EXPECT_EQ(getOomAdjOfPid(INT_MIN), -1000);
+    const std::string opening = "Failed to open /proc/" + std::to_string(INT_MIN);
+    EXPECT_EQ(takeLog(), (Texts{"E getProcessCmdline: " + opening + "/cmdline",
+                                "E getProcessComm: " + opening + "/comm",
+                                "E getOomAdjOfPid: " + opening + "/oom_score_adj"}));
 }
 
 TEST(ProcessClassification, DrawsItsBoundsExactly) {
