@@ -6,7 +6,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace android::test {
@@ -22,8 +21,9 @@ std::string testFile(const std::string& name) {
 }
 
 std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();  // an iterator would throw read errors
+    return text.str();
 }
 
 void writeFile(const std::string& path, const std::string& text) {
