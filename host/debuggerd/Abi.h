@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_ABI_H
+#define STALLSCOPE_HOST_DEBUGGERD_ABI_H
 
 #include <unwindstack/Elf.h>
 
@@ -21,3 +22,5 @@ inline const char* abiName(unwindstack::ArchEnum arch) {
 }
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_ABI_H

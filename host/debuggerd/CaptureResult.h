@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_CAPTURERESULT_H
+#define STALLSCOPE_HOST_DEBUGGERD_CAPTURERESULT_H
 
 namespace debuggerd {
 
@@ -17,3 +18,5 @@ enum class CaptureResult : unsigned char {
 };
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_CAPTURERESULT_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_DEADLINE_H
+#define STALLSCOPE_HOST_DEBUGGERD_DEADLINE_H
 
 #include <algorithm>
 #include <chrono>
@@ -38,3 +39,5 @@ class Deadline {
 };
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_DEADLINE_H

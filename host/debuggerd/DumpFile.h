@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_DUMPFILE_H
+#define STALLSCOPE_HOST_DEBUGGERD_DUMPFILE_H
 
 #include <sys/types.h>
 
@@ -32,3 +33,5 @@ class DumpFile {
 };
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_DUMPFILE_H

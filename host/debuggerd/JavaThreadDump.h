@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_JAVATHREADDUMP_H
+#define STALLSCOPE_HOST_DEBUGGERD_JAVATHREADDUMP_H
 
 #include <sys/types.h>
 
@@ -13,3 +14,5 @@ namespace debuggerd {
 CaptureResult dumpJavaThreads(pid_t pid, const Deadline& deadline, DumpFile* out);
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_JAVATHREADDUMP_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_NATIVEBACKTRACE_H
+#define STALLSCOPE_HOST_DEBUGGERD_NATIVEBACKTRACE_H
 
 #include <sys/types.h>
 
@@ -14,3 +15,5 @@ namespace debuggerd {
 CaptureResult dumpNativeBacktrace(pid_t pid, const Deadline& deadline, DumpFile* out);
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_NATIVEBACKTRACE_H

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_PROCFILE_H
+#define STALLSCOPE_HOST_DEBUGGERD_PROCFILE_H
 
 #include <sys/types.h>
 
@@ -27,3 +28,5 @@ std::string commandLine(pid_t pid);
 std::string oneLine(std::string text);
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_PROCFILE_H

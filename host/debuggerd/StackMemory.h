@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_STACKMEMORY_H
+#define STALLSCOPE_HOST_DEBUGGERD_STACKMEMORY_H
 
 #include <sys/types.h>
 #include <unwindstack/Memory.h>
@@ -29,3 +30,5 @@ class StackMemory : public unwindstack::Memory {
 };
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_STACKMEMORY_H

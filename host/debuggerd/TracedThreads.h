@@ -1,4 +1,5 @@
-#pragma once
+#ifndef STALLSCOPE_HOST_DEBUGGERD_TRACEDTHREADS_H
+#define STALLSCOPE_HOST_DEBUGGERD_TRACEDTHREADS_H
 
 #include <sys/types.h>
 
@@ -60,3 +61,5 @@ class TracedThreads {
 };
 
 }  // namespace debuggerd
+
+#endif  // STALLSCOPE_HOST_DEBUGGERD_TRACEDTHREADS_H

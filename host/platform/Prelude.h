@@ -1,7 +1,8 @@
 // Included before every platform source: those sources were written for a standard library whose
 // headers include each other more freely, and for C++17's unscoped memory orders.
 
-#pragma once
+#ifndef STALLSCOPE_HOST_PLATFORM_PRELUDE_H
+#define STALLSCOPE_HOST_PLATFORM_PRELUDE_H
 
 #include <linux/types.h>
 
@@ -17,3 +18,5 @@ using std::memory_order_acquire;
 using std::memory_order_relaxed;
 using std::memory_order_release;
 using std::memory_order_seq_cst;
+
+#endif  // STALLSCOPE_HOST_PLATFORM_PRELUDE_H

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 namespace stage {
 namespace {

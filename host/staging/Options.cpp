@@ -1,7 +1,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 namespace stage {
 

@@ -1,4 +1,4 @@
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 #include <android-base/unique_fd.h>
 #include <binder/Parcel.h>

@@ -2,7 +2,8 @@
 // where its threads get stuck. Whatever a thread waits in is a function of its own with a telling
 // name, so that a stack trace says what the thread waits for.
 
-#pragma once
+#ifndef STALLSCOPE_HOST_STAGING_STAGE_H
+#define STALLSCOPE_HOST_STAGING_STAGE_H
 
 #include <cstdint>
 #include <map>
@@ -58,3 +59,5 @@ int sendOneWay(const std::string& service, uint32_t code);
 int callOwnServiceThroughSecondDriver(const std::string& service, uint32_t code);
 
 }  // namespace stage
+
+#endif  // STALLSCOPE_HOST_STAGING_STAGE_H

@@ -1,4 +1,4 @@
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>

@@ -1,7 +1,7 @@
 // The native half of StageJvm: a binder service whose calls are handled by Java methods on Java
 // threads, so that a thread dump shows them.
 
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 #include <binder/Binder.h>
 #include <binder/IPCThreadState.h>

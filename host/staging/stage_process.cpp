@@ -1,6 +1,6 @@
 // One process of a staged hang; README.md lists its knobs.
 
-#include "Stage.h"
+#include "host/staging/Stage.h"
 
 #include <binder/Binder.h>
 #include <binder/IPCThreadState.h>
