@@ -68,11 +68,10 @@ TEST(NativeCapture, ProcessesOfEveryShapeAreCapturedWholeAndLeftAsTheyWere) {
         kill(target.pid(), state == 'T' ? SIGSTOP : SIGCONT);
         ASSERT_TRUE(target.reachesState(state));
         const std::string pid = std::to_string(target.pid());
-        const std::string abi = outputOf("uname -m | sed s/aarch64/arm64/");
         const std::regex start("^\n\n----- pid " + pid +
                                " at [-0-9]{10} [:0-9]{8} -----\n"
                                "Cmd line: .+\nABI: '" +
-                               abi + "'\n\n\".+\" sysTid=");
+                               abiName() + "'\n\n\".+\" sysTid=");
         // At the same time: they wait for each other.
         std::future<Capture> captures[3];
         for (std::future<Capture>& each : captures) {

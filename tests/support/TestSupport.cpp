@@ -85,6 +85,10 @@ std::string outputOf(const std::string& shellCommand) {
     return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
+std::string abiName() {
+    return outputOf("uname -m | sed s/aarch64/arm64/");
+}
+
 std::string procFile(pid_t pid, const std::string& name) {
     return "/proc/" + std::to_string(pid) + "/" + name;
 }

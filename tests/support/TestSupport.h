@@ -31,6 +31,8 @@ size_t count(const std::string& text, const std::string& part);
 bool eventually(const std::function<bool()>& isTrue, int seconds = 30);
 // What the shell command writes to its output, without the last line end.
 std::string outputOf(const std::string& shellCommand);
+// This machine's architecture as captures name it.
+std::string abiName();
 
 // "/proc/PID/NAME", for a thread as well.
 std::string procFile(pid_t pid, const std::string& name);
