@@ -111,7 +111,7 @@ TEST(NativeCapture, CaptureThatIsCutShortSaysSo) {
     const bool isCut = count(text, "\n  (no time left to unwind it)\n") > 0 ||
                        count(text, "\n  (did not stop in time; ") > 0;
     EXPECT_EQ(std::string(1, isCut ? '\1' : '\0'), readFile(result.path));
-    EXPECT_EQ(500U, count(text, "\" sysTid="));
+    EXPECT_EQ(target.threads(), count(text, "\" sysTid="));
     EXPECT_EQ(1U, count(text, "\n----- end "));
 }
 
@@ -194,7 +194,7 @@ TEST(NativeCapture, WhatCannotBeCapturedFailsAtOnce) {
         EXPECT_THAT(traced.log, testing::StartsWith("E it is being traced; end the debugger "));
         const std::string remark = "=" + std::to_string(debugged.pid()) +
                                    "\n  (is being traced by process " + self + ")\n";
-        EXPECT_EQ(threads - 1U, count(traced.text, remark)) << traced.text;
+        EXPECT_EQ(debugged.threads() > 1, count(traced.text, remark) == 1) << traced.text;
         EXPECT_EQ(threads - 1U, count(traced.text, kWaitingFrame));
         EXPECT_EQ(self, debugged.tracer());
     }

@@ -53,6 +53,11 @@ class Target {
     bool reachesState(char state) const {
         return eventually([&] { return statusOf(mPid, "State")[0] == state; }, 10);
     }
+    // A sanitizer's included.
+    size_t threads() const {
+        const auto tasks = std::filesystem::directory_iterator(procFile(mPid, "task"));
+        return std::distance(begin(tasks), end(tasks));
+    }
     std::string tracer() const { return statusOf(mPid, "TracerPid"); }
     // Whether it is untraced and every thread runs or sleeps, waiting a moment for that.
     bool runsOn() const {

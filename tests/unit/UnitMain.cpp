@@ -83,6 +83,8 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     unshareMounts();
     replaceDevAndProc();
+    // With the first, the thread sanitizer starts one of its own, whose end tests would wait for.
+    android::test::runAsDaemon([] {});
     int result = RUN_ALL_TESTS();
     // The sanitizers want the real one at exit.
     umount2("/proc", MNT_DETACH);
