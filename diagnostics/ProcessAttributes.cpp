@@ -16,9 +16,10 @@ namespace android {
 
 namespace {
 
-// Reads /proc/PID/NAME up to the delimiter. When it can't be opened, that is logged for `function`,
-// and `text` stays as it is. A report reads four files for each of its lines: their paths are put
-// together without a string, a sixth of the report's own instructions.
+// Reads a file of the process, such as "/comm", up to the delimiter. When it can't be opened, that
+// is logged for `function`, and `text` stays as it is. A report reads four for each of its lines:
+// their paths are put together without a string, which saves a sixth of its own instructions. There
+// is room for the longest of the names.
 void readProcFile(const char* function, int pid, std::string_view name, char delimiter,
                   std::string* text) {
     char path[sizeof("/proc/-2147483648/oom_score_adj")] = "/proc/";
