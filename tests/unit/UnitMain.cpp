@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 
 #include "tests/support/PlatformFakes.h"
 
@@ -84,7 +85,7 @@ int main(int argc, char** argv) {
     unshareMounts();
     replaceDevAndProc();
     // With the first, the thread sanitizer starts one of its own, whose end tests would wait for.
-    android::test::runAsDaemon([] {});
+    std::thread([] {}).join();
     int result = RUN_ALL_TESTS();
     // The sanitizers want the real one at exit.
     umount2("/proc", MNT_DETACH);
